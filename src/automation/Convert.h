@@ -1,0 +1,59 @@
+#pragma once
+
+#include "automation/Locale.h"
+#include "automation/Variant.h"
+
+/// The one place where values change their type, as the automation runtime does it. Numbers and dates in text follow the locale unless a
+/// function says invariant. An object gives its default member first (Nothing 91, none 438). Errors: 94 for Null, 13 for what cannot be
+/// converted, 6 outside the range.
+namespace vmlib {
+
+Text ToText(const Variant& value);
+bool ToBoolean(const Variant& value);
+std::uint8_t ToByte(const Variant& value);
+std::int16_t ToInteger(const Variant& value);
+std::int32_t ToLong(const Variant& value);
+float ToSingle(const Variant& value);
+double ToDouble(const Variant& value);
+Currency ToCurrency(const Variant& value);
+Date ToDate(const Variant& value);
+
+/// To the wanted type; Variant and the value's own type leave it as it is.
+Variant Coerce(const Variant& value, VarType type);
+
+/// CStr of a double or single in the locale: 15 (7) significant digits, plain form up to 15 decimals and 15 digits, else exponent form.
+Text NumberToText(double value, const Locale& locale = Locale::User());
+Text NumberToText(float value, const Locale& locale = Locale::User());
+Text CurrencyToText(Currency value, const Locale& locale = Locale::User());
+Text DateToText(Date value, const Locale& locale = Locale::UserDates());
+
+/// Text to a number in the locale; 13 when it is none, 6 when it is too large.
+double TextToNumber(TextView text, const Locale& locale = Locale::User());
+Currency TextToCurrency(TextView text, const Locale& locale = Locale::User());
+Date TextToDate(TextView text, const Locale& locale = Locale::UserDates());
+bool IsNumeric(const Variant& value, const Locale& locale = Locale::User());
+bool IsDate(const Variant& value, const Locale& locale = Locale::UserDates());
+
+/// The invariant pair: Str has a leading blank or minus sign and no zero before the point; Val reads the longest leading number, rubbish is 0.
+Text Str(double value);
+double Val(TextView text);
+
+/// Half to even, then the range check (6); NaN and infinity are 6.
+std::int64_t RoundToInteger(double value, std::int64_t lowest, std::int64_t highest);
+Currency NumberToCurrency(double value);
+double CurrencyToNumber(Currency value);
+
+/// Calendar, Gregorian throughout, 1 January 100 to 31 December 9999.
+struct CalendarDate
+{
+    int year = 1899, month = 12, day = 30, hour = 0, minute = 0, second = 0;
+};
+CalendarDate SplitDate(Date date);                                     // rounds to whole seconds; 6 outside the range
+Date DateSerial(std::int16_t year, std::int16_t month, std::int16_t day);  // carries, two-digit years 0-29 and 30-99; 5 outside the range
+Date TimeSerial(std::int16_t hour, std::int16_t minute, std::int16_t second);
+int Weekday(Date date);  // Sunday = 1
+
+/// Format of a number or date with a picture or a named format, in the locale; half away from zero.
+Text Format(const Variant& value, TextView picture, const Locale& numbers = Locale::User(), const Locale& dates = Locale::UserDates());
+
+}  // namespace vmlib

@@ -1,0 +1,149 @@
+#include "platform/posix/PosixOpenFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <map>
+#include <mutex>
+
+#include "platform/posix/FileLocks.h"
+#include "platform/posix/SystemFailure.h"
+
+namespace vmlib::posix {
+
+namespace {
+
+/// Who wants to write back before a copy. The mutex stays locked during the calls, so that no file goes away under its own call.
+struct WriteBacks
+{
+    std::recursive_mutex mutex;
+    std::map<const OpenFile*, std::pair<FileIdentity, std::function<void()>>> byFile;
+
+    static WriteBacks& OfProcess()
+    {
+        static WriteBacks instance;
+        return instance;
+    }
+};
+
+}  // namespace
+
+FileIdentity IdentityOf(const struct stat& facts)
+{
+    return {static_cast<std::uint64_t>(facts.st_dev), static_cast<std::uint64_t>(facts.st_ino)};
+}
+
+void SyncFolder(const std::string& nativeFolder, TextView path)
+{
+    const Descriptor folder(::open(nativeFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // A folder that may be entered and not listed cannot be opened; file systems without this service say EINVAL. Neither is a failure.
+    if (!folder || ::fsync(folder.Number()) == 0) return;
+    if (errno != EINVAL && errno != EROFS && errno != EBADF) throw SystemFailure(errno, path);
+}
+
+void WriteBackBeforeCopy(const FileIdentity& identity)
+{
+    auto& writeBacks = WriteBacks::OfProcess();
+    const std::lock_guard lock(writeBacks.mutex);
+    for (const auto& [file, entry] : writeBacks.byFile)
+        if (entry.first == identity) entry.second();
+}
+
+PosixOpenFile::PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn)
+    : descriptor_(std::move(descriptor)), path_(std::move(path)), access_(access), newIn_(std::move(newIn))
+{
+    struct stat facts;
+    if (::fstat(descriptor_.Number(), &facts) != 0) throw SystemFailure(errno, path_);
+    identity_ = IdentityOf(facts);
+}
+
+PosixOpenFile::~PosixOpenFile()
+{
+    auto& writeBacks = WriteBacks::OfProcess();
+    const std::lock_guard lock(writeBacks.mutex);
+    writeBacks.byFile.erase(this);
+}
+
+std::size_t PosixOpenFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> into)
+{
+    std::size_t done = 0;
+    while (done < into.size())
+    {
+        const ssize_t count = ::pread(descriptor_.Number(), into.data() + done, into.size() - done,
+                                      static_cast<off_t>(offset + done));
+        if (count == 0) break;
+        if (count > 0)
+            done += static_cast<std::size_t>(count);
+        else if (errno != EINTR)
+            throw SystemFailure(errno, path_);
+    }
+    return done;
+}
+
+void PosixOpenFile::CheckWritable() const
+{
+    if (access_ != FileAccess::ReadWrite) throw FileError(FileFault::AccessDenied, path_, "open for reading");
+}
+
+void PosixOpenFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
+{
+    CheckWritable();
+    std::size_t done = 0;
+    while (done < bytes.size())
+    {
+        const ssize_t count = ::pwrite(descriptor_.Number(), bytes.data() + done, bytes.size() - done,
+                                       static_cast<off_t>(offset + done));
+        if (count >= 0)
+            done += static_cast<std::size_t>(count);
+        else if (errno != EINTR)
+            throw SystemFailure(errno, path_);
+    }
+}
+
+std::uint64_t PosixOpenFile::Size() const
+{
+    struct stat facts;
+    if (::fstat(descriptor_.Number(), &facts) != 0) throw SystemFailure(errno, path_);
+    return static_cast<std::uint64_t>(facts.st_size);
+}
+
+void PosixOpenFile::Resize(std::uint64_t size)
+{
+    CheckWritable();
+    while (::ftruncate(descriptor_.Number(), static_cast<off_t>(size)) != 0)
+        if (errno != EINTR) throw SystemFailure(errno, path_);
+}
+
+void PosixOpenFile::Sync()
+{
+    if (syncFailed_) throw FileError(FileFault::Io, path_, "an earlier write did not reach the disk");
+    if (::fdatasync(descriptor_.Number()) != 0 && errno != EINVAL)
+    {
+        syncFailed_ = true;
+        throw SystemFailure(errno, path_);
+    }
+    if (newIn_.empty()) return;
+    SyncFolder(newIn_, path_);
+    newIn_.clear();
+}
+
+bool PosixOpenFile::Lock(FileLock lock, bool exclusive, int milliseconds)
+{
+    return RetryFor(std::chrono::milliseconds(milliseconds),
+                    [&] { return TryLock(descriptor_.Number(), lock, exclusive); });
+}
+
+void PosixOpenFile::Unlock(FileLock lock) { posix::Unlock(descriptor_.Number(), lock); }
+
+void PosixOpenFile::OnCopy(std::function<void()> writeBack)
+{
+    auto& writeBacks = WriteBacks::OfProcess();
+    const std::lock_guard lock(writeBacks.mutex);
+    if (writeBack)
+        writeBacks.byFile[this] = {identity_, std::move(writeBack)};
+    else
+        writeBacks.byFile.erase(this);
+}
+
+}  // namespace vmlib::posix

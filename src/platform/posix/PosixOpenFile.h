@@ -1,0 +1,50 @@
+#pragma once
+
+#include <string>
+
+#include "platform/Files.h"
+#include "platform/posix/Descriptor.h"
+
+struct stat;
+
+namespace vmlib::posix {
+
+FileIdentity IdentityOf(const struct stat& facts);
+
+/// Puts the entries of a folder on the disk. @throws FileError
+void SyncFolder(const std::string& nativeFolder, TextView path);
+
+/// Calls what the open files of this process with that identity gave to OnCopy.
+void WriteBackBeforeCopy(const FileIdentity& identity);
+
+/// An open file whose sharing lock its descriptor already holds.
+class PosixOpenFile : public OpenFile
+{
+public:
+    /// @param newIn  the native folder when this opener made the file: the first Sync puts its name on the disk too
+    PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn);
+    ~PosixOpenFile() override;
+
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
+    void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) override;
+    std::uint64_t Size() const override;
+    void Resize(std::uint64_t size) override;
+    void Sync() override;
+    FileIdentity Identity() const override { return identity_; }
+    const Text& Path() const override { return path_; }
+    bool Lock(FileLock lock, bool exclusive, int milliseconds) override;
+    void Unlock(FileLock lock) override;
+    void OnCopy(std::function<void()> writeBack) override;
+
+private:
+    void CheckWritable() const;
+
+    Descriptor descriptor_;
+    Text path_;
+    FileAccess access_;
+    std::string newIn_;
+    FileIdentity identity_;
+    bool syncFailed_ = false;
+};
+
+}  // namespace vmlib::posix
