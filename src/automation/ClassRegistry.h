@@ -8,7 +8,8 @@
 
 namespace vmlib {
 
-/// Where CreateObject looks: first the classes registered in the process, then the makers that were plugged in, in their order.
+/// Where CreateObject looks: first the classes registered in the process, then the makers that were plugged in, in
+/// their order.
 class ClassRegistry
 {
 public:

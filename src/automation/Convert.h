@@ -1,12 +1,18 @@
 #pragma once
 
+#include <optional>
+
 #include "automation/Locale.h"
 #include "automation/Variant.h"
 
-/// The one place where values change their type, as the automation runtime does it. Numbers and dates in text follow the locale unless a
-/// function says invariant. An object gives its default member first (Nothing 91, none 438). Errors: 94 for Null, 13 for what cannot be
-/// converted, 6 outside the range.
+/// The one place where values change their type, as the automation runtime does it. Numbers and dates in text follow
+/// the locale unless a function says invariant. An object gives its default member first (Nothing 91, none 438).
+/// Errors: 94 for Null, 13 for what cannot be converted, 6 outside the range.
 namespace vmlib {
+
+/// The value that stands for an object: its default member, and of that the default member until it is no object. Other
+/// values as they are.
+Variant DefaultValue(const Variant& value);
 
 Text ToText(const Variant& value);
 bool ToBoolean(const Variant& value);
@@ -21,7 +27,8 @@ Date ToDate(const Variant& value);
 /// To the wanted type; Variant and the value's own type leave it as it is.
 Variant Coerce(const Variant& value, VarType type);
 
-/// CStr of a double or single in the locale: 15 (7) significant digits, plain form up to 15 decimals and 15 digits, else exponent form.
+/// CStr of a double or single in the locale: 15 (7) significant digits, plain form up to 15 decimals and 15 digits,
+/// else exponent form.
 Text NumberToText(double value, const Locale& locale = Locale::User());
 Text NumberToText(float value, const Locale& locale = Locale::User());
 Text CurrencyToText(Currency value, const Locale& locale = Locale::User());
@@ -31,29 +38,44 @@ Text DateToText(Date value, const Locale& locale = Locale::UserDates());
 double TextToNumber(TextView text, const Locale& locale = Locale::User());
 Currency TextToCurrency(TextView text, const Locale& locale = Locale::User());
 Date TextToDate(TextView text, const Locale& locale = Locale::UserDates());
+/// As TextToDate, nothing instead of error 13.
+std::optional<Date> ParseDate(TextView text, const Locale& locale = Locale::UserDates());
 bool IsNumeric(const Variant& value, const Locale& locale = Locale::User());
 bool IsDate(const Variant& value, const Locale& locale = Locale::UserDates());
 
-/// The invariant pair: Str has a leading blank or minus sign and no zero before the point; Val reads the longest leading number, rubbish is 0.
+/// The invariant pair: Str has a leading blank or minus sign and no zero before the point; Val reads the longest
+/// leading number, rubbish is 0.
 Text Str(double value);
 double Val(TextView text);
 
 /// Half to even, then the range check (6); NaN and infinity are 6.
 std::int64_t RoundToInteger(double value, std::int64_t lowest, std::int64_t highest);
+double RoundHalfToEven(double value);
 Currency NumberToCurrency(double value);
 double CurrencyToNumber(Currency value);
+
+/// The days that a date can have: 1 January 100 and 31 December 9999.
+inline constexpr double firstDay = -657434;
+inline constexpr double lastDay = 2958465;
 
 /// Calendar, Gregorian throughout, 1 January 100 to 31 December 9999.
 struct CalendarDate
 {
     int year = 1899, month = 12, day = 30, hour = 0, minute = 0, second = 0;
 };
-CalendarDate SplitDate(Date date);                                     // rounds to whole seconds; 6 outside the range
-Date DateSerial(std::int16_t year, std::int16_t month, std::int16_t day);  // carries, two-digit years 0-29 and 30-99; 5 outside the range
+CalendarDate SplitDate(Date date);  // rounds to whole seconds; 6 outside the range
+Date DateSerial(std::int16_t year, std::int16_t month,
+                std::int16_t day);  // carries, two-digit years 0-29 and 30-99; 5 outside the range
 Date TimeSerial(std::int16_t hour, std::int16_t minute, std::int16_t second);
-int Weekday(Date date);  // Sunday = 1
+int Weekday(Date date);    // Sunday = 1
+int DayOfYear(Date date);  // 1 January is 1
+/// The date of a day of the calendar and a time of it; nothing when there is no such day or time.
+std::optional<Date> JoinDate(const CalendarDate& parts);
+/// A year of one or two digits in its century: 0-29 is 2000-2029, 30-99 is 1930-1999; others stay.
+int FullYear(int year);
 
 /// Format of a number or date with a picture or a named format, in the locale; half away from zero.
-Text Format(const Variant& value, TextView picture, const Locale& numbers = Locale::User(), const Locale& dates = Locale::UserDates());
+Text Format(const Variant& value, TextView picture, const Locale& numbers = Locale::User(),
+            const Locale& dates = Locale::UserDates());
 
 }  // namespace vmlib

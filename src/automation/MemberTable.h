@@ -7,10 +7,11 @@
 #include <unordered_map>
 #include <vector>
 
+#include "automation/MemberArgument.h"
 #include "automation/Object.h"
 
-/// A member table lists the late-bound members of a C++ class once. Types, by-reference and by-value, optional arguments and the result are
-/// deduced from the C++ signature.
+/// A member table lists the late-bound members of a C++ class once. Types, by-reference and by-value, optional
+/// arguments and the result are deduced from the C++ signature.
 ///
 ///     const MemberTable& Recordset::Members()
 ///     {
@@ -22,20 +23,12 @@
 ///         return table;
 ///     }
 ///
-/// Parameter types: bool, std::uint8_t, std::int16_t, std::int32_t, float, double, Currency, Date, Text, Variant, ObjectRef and
-/// std::shared_ptr<T> of a class derived from Object (another object is error 13). `T&` is by reference: the value is converted on the way in
-/// and written back on the way out, also when the method throws. `T` and `const T&` are by value. `Optional` (by value) and `Optional&` may
-/// be left out; so may std::optional<T>, which is then empty. Left out though required is 449, too many is 450.
+/// Parameter types: bool, std::uint8_t, std::int16_t, std::int32_t, float, double, Currency, Date, Text, Variant,
+/// ObjectRef and std::shared_ptr<T> of a class derived from Object (another object is error 13). `T&` is by reference:
+/// the value is converted on the way in and written back on the way out, also when the method throws. `T` and `const
+/// T&` are by value. `Optional` (by value) and `Optional&` may be left out; so may std::optional<T>, which is then
+/// empty. Left out though required is 449, too many is 450.
 namespace vmlib {
-
-/// An optional variant parameter, "missing" when it was left out.
-struct Optional
-{
-    Variant value = Variant::Missing();
-    Optional() = default;
-    Optional(Variant v) : value(std::move(v)) {}
-    bool Given() const { return !value.IsMissing(); }
-};
 
 struct ParameterInfo
 {
@@ -48,11 +41,11 @@ struct ParameterInfo
 struct MemberInfo
 {
     Text name;
-    InvokeKind kind = InvokeKind::Method;  // Method, Get or Put
+    InvokeKind kind = InvokeKind::Method;   // Method, Get or Put
     std::vector<ParameterInfo> parameters;  // of a Put the new value is the last
     VarType result = VarType::Empty;        // Empty: returns nothing
     bool isDefault = false;
-    bool hidden = false;  // _NewEnum
+    bool hidden = false;                                       // _NewEnum
     std::function<Variant(Object&, std::span<Variant>)> call;  // arguments already counted; left-out ones are Missing
 };
 
@@ -76,14 +69,18 @@ public:
 private:
     template <class T>
     friend class MemberTableBuilder;
-    void Add(MemberInfo info);
-
-    Text typeName_;
-    std::vector<MemberInfo> members_;
     struct Slots
     {
         int method = -1, get = -1, put = -1;
     };
+    void Add(MemberInfo info);
+    const Slots* FindSlots(TextView name) const;
+    const MemberInfo* At(int slot) const;
+    Variant InvokePut(Object& target, const Slots& slots, std::span<Variant> arguments) const;
+    Variant InvokeValue(Object& target, const Slots& slots, InvokeKind kind, std::span<Variant> arguments) const;
+
+    Text typeName_;
+    std::vector<MemberInfo> members_;
     std::unordered_map<Text, Slots, NameHash, NameEqual> byName_;
     Text defaultName_;
 };

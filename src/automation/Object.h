@@ -16,14 +16,17 @@ enum class InvokeKind : std::uint16_t
     PutReference = 8,
 };
 
-/// Anything that answers calls by name. A C++ class with a member table, a COM object, a client's object at the other end of the rpc bridge.
+/// Anything that answers calls by name. A C++ class with a member table, a COM object, a client's object at the other
+/// end of the rpc bridge.
 class Object : public std::enable_shared_from_this<Object>
 {
 public:
     virtual ~Object() = default;
 
-    /// Calls a member by name, ignoring case; "" is the default member, "_NewEnum" gives an Array of a collection's members.
-    /// @param arguments  in order; the callee may write into those that it takes by reference. For Put the new value is the last one.
+    /// Calls a member by name, ignoring case; "" is the default member, "_NewEnum" gives an Array of a collection's
+    /// members.
+    /// @param arguments  in order; the callee may write into those that it takes by reference. For Put the new value is
+    /// the last one.
     /// @throws Error 438 for an unknown member, 449, 450, 13 for arguments that do not fit, else what the member raises
     virtual Variant Invoke(TextView member, InvokeKind kind, std::span<Variant> arguments) = 0;
 
@@ -31,7 +34,8 @@ public:
     virtual Text TypeName() const = 0;
 };
 
-/// `object.Member(arguments...)`; Nothing is error 91. By-reference arguments are written back into variables given as `Variant&`.
+/// `object.Member(arguments...)`; Nothing is error 91. By-reference arguments are written back into variables given as
+/// `Variant&`.
 Variant CallWith(const ObjectRef& object, TextView member, std::span<Variant> arguments);
 Variant GetWith(const ObjectRef& object, TextView member, std::span<Variant> arguments);
 void PutWith(const ObjectRef& object, TextView member, std::span<Variant> argumentsAndValue);

@@ -54,12 +54,13 @@ struct DecimalNumber
 class Array;
 using ArrayRef = std::shared_ptr<const Array>;
 
-/// A tagged automation value. Copies are deep in effect: arrays are immutable once they stand in a variant, objects are shared.
+/// A tagged automation value. Copies are deep in effect: arrays are immutable once they stand in a variant, objects are
+/// shared.
 class Variant
 {
 public:
-    using Storage = std::variant<std::monostate, vmlib::Null, bool, std::uint8_t, std::int16_t, std::int32_t, float, double, Currency, Date,
-                                 Text, ObjectRef, ErrorCode, DecimalNumber, ArrayRef>;
+    using Storage = std::variant<std::monostate, vmlib::Null, bool, std::uint8_t, std::int16_t, std::int32_t, float,
+                                 double, Currency, Date, Text, ObjectRef, ErrorCode, DecimalNumber, ArrayRef>;
 
     Variant() = default;  // Empty
     Variant(vmlib::Null) : value_(vmlib::Null{}) {}
@@ -76,10 +77,7 @@ public:
     Variant(const char16_t* value) : value_(Text(value)) {}
     Variant(ObjectRef value) : value_(std::move(value)) {}
     template <class T>
-        requires std::is_base_of_v<Object, T>
-    Variant(std::shared_ptr<T> value) : value_(ObjectRef(std::move(value)))
-    {
-    }
+    requires std::is_base_of_v<Object, T> Variant(std::shared_ptr<T> value) : value_(ObjectRef(std::move(value))) {}
     Variant(ErrorCode value) : value_(value) {}
     Variant(DecimalNumber value) : value_(value) {}
     Variant(Array value);
@@ -119,7 +117,8 @@ private:
     Storage value_;
 };
 
-/// An automation array: items in the order of memory (first dimension fastest), or plain bytes when the item type is Byte.
+/// An automation array: items in the order of memory (first dimension fastest), or plain bytes when the item type is
+/// Byte.
 class Array
 {
 public:

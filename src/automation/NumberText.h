@@ -1,0 +1,22 @@
+#pragma once
+
+#include "automation/DecimalDigits.h"
+#include "automation/Locale.h"
+#include "core/Text.h"
+
+/// What the conversions between numbers and text share; used inside this folder only.
+namespace vmlib {
+
+enum class LeadingZero
+{
+    Shown,
+    LeftOut
+};
+
+/// Minus sign, digits, point, digits; all of them, however many.
+Text PlainForm(const DecimalDigits& number, char16_t point, LeadingZero leadingZero);
+
+/// The number in a text by the rules of the locale; nothing when the text is not wholly a number.
+std::optional<DecimalDigits> ParseNumber(TextView text, const Locale& locale);
+
+}  // namespace vmlib
