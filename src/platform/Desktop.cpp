@@ -31,9 +31,15 @@ const ButtonSet& SetOf(std::int32_t style)
 
 }  // namespace
 
-std::int16_t SafeAnswer(std::int32_t style) { return SetOf(style).safeAnswer; }
+std::int16_t SafeAnswer(std::int32_t style)
+{
+    return SetOf(style).safeAnswer;
+}
 
-std::span<const MessageButton> MessageButtons(std::int32_t style) { return SetOf(style).buttons; }
+std::span<const MessageButton> MessageButtons(std::int32_t style)
+{
+    return SetOf(style).buttons;
+}
 
 std::size_t DefaultButton(std::int32_t style)
 {

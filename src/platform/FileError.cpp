@@ -6,8 +6,7 @@ namespace {
 
 ErrorNumber NumberOf(FileFault fault)
 {
-    switch (fault)
-    {
+    switch (fault) {
         case FileFault::NotFound:
             return ErrorNumber::FileNotFound;
         case FileFault::PathNotFound:

@@ -156,6 +156,9 @@ public:
     /// Returns path and the number (1 to 65535).
     virtual std::pair<Text, std::uint16_t> CreateUnique(TextView folder, TextView prefix) = 0;
     virtual void CreateFolder(TextView path) = 0;
+    /// Returns when the names in the folder of `path` (a file) are on the disk, as after a file was made there (the
+    /// first OpenFile::Sync of whoever made it does so too).
+    virtual void SyncFolder(TextView path) = 0;
     virtual void SetReadOnly(TextView path, bool readOnly) = 0;
     /// Names (without folder) in a folder, files and folders, that match the pattern with * and ?, sorted; "*.*" matches all.
     virtual std::vector<Text> List(TextView folder, TextView pattern) = 0;

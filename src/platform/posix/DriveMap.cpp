@@ -16,24 +16,26 @@ namespace {
 
 constexpr TextView separators = u"\\/";
 
-bool IsLetter(char16_t c) { return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z'); }
+bool IsLetter(char16_t c)
+{
+    return (c >= u'A' && c <= u'Z') || (c >= u'a' && c <= u'z');
+}
 
-bool HasDrive(TextView path) { return path.size() >= 2 && path[1] == u':' && IsLetter(path[0]); }
+bool HasDrive(TextView path)
+{
+    return path.size() >= 2 && path[1] == u':' && IsLetter(path[0]);
+}
 
 /// Splits at separators; "." parts vanish and ".." takes the part before it away.
 void AppendParts(std::vector<Text>& parts, TextView path)
 {
-    while (!path.empty())
-    {
+    while (!path.empty()) {
         const std::size_t end = std::min(path.find_first_of(separators), path.size());
         const TextView part = path.substr(0, end);
         path.remove_prefix(std::min(end + 1, path.size()));
-        if (part == u"..")
-        {
+        if (part == u"..") {
             if (!parts.empty()) parts.pop_back();
-        }
-        else if (!part.empty() && part != u".")
-        {
+        } else if (!part.empty() && part != u".") {
             parts.emplace_back(part);
         }
     }
@@ -61,8 +63,7 @@ std::optional<std::string> FindIgnoringCase(const std::string& folder, TextView 
     const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
     if (!directory) return std::nullopt;
     std::optional<std::string> found;
-    while (const dirent* entry = ::readdir(directory.get()))
-    {
+    while (const dirent* entry = ::readdir(directory.get())) {
         const std::string candidate = entry->d_name;
         if (!EqualIgnoringCase(FromUtf8(candidate), name)) continue;
         if (!found || candidate < *found) found = candidate;  // of several always the same one
@@ -110,9 +111,15 @@ std::string NativePath::Folder() const
     return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
-std::string NativePath::Name() const { return path.substr(path.rfind('/') + 1); }
+std::string NativePath::Name() const
+{
+    return path.substr(path.rfind('/') + 1);
+}
 
-DriveMap::DriveMap() { folders_[u'Z'] = "/"; }
+DriveMap::DriveMap()
+{
+    folders_[u'Z'] = "/";
+}
 
 void DriveMap::Map(char16_t letter, std::string_view nativeFolder)
 {
@@ -138,18 +145,16 @@ Text DriveMap::FullPath(TextView path) const
     Text root;
     const bool isNetworkName =
         path.size() >= 2 && separators.find(path[0]) != TextView::npos && separators.find(path[1]) != TextView::npos;
-    if (isNetworkName)
-    {
+    if (isNetworkName) {
         root = u"\\\\";
-    }
-    else
-    {
+    } else {
         const bool hasDrive = HasDrive(path);
         const Text current = CurrentFolder();
         const char16_t drive = UpperCase(hasDrive ? path[0] : current[0]);
         const TextView rest = hasDrive ? path.substr(2) : path;
         if (rest.empty() || separators.find(rest[0]) == TextView::npos)
-            if (const Text folder = CurrentFolder(drive); !folder.empty()) AppendParts(parts, TextView(folder).substr(2));
+            if (const Text folder = CurrentFolder(drive); !folder.empty())
+                AppendParts(parts, TextView(folder).substr(2));
         root = Text(1, drive) + u":\\";
         path = rest;
     }
@@ -170,8 +175,7 @@ NativePath DriveMap::Resolve(TextView path) const
 
     bool found = true;
     result.folderExists = true;
-    for (const Text& part : parts)
-    {
+    for (const Text& part : parts) {
         const auto entry = found ? FindEntry(result.path, part) : std::nullopt;
         result.folderExists = found && (entry || IsFolder(result.path));
         found = entry.has_value();

@@ -21,8 +21,9 @@ struct NativePath
 
 /// The translation between Windows path text and native paths. Safe to use from several threads.
 ///
-///     Z:\home\anna\Kas.mdb   /home/anna/kas.MDB    Z: is the root; each part matches exactly, else without regard to case
-///     D:rapport.doc          D: mapped to /srv/d: /srv/d/rapport.doc, or below the current folder when that is on D:
+///     Z:\home\anna\Kas.mdb   /home/anna/kas.MDB    Z: is the root; each part matches exactly, else without regard to
+///     case D:rapport.doc          D: mapped to /srv/d: /srv/d/rapport.doc, or below the current folder when that is on
+///     D:
 class DriveMap
 {
 public:
@@ -33,9 +34,11 @@ public:
     /// With drive, "." and ".." resolved, no "\" at the end unless a root. `/` separates as well, as on Windows.
     /// @throws FileError InvalidName for an empty path or one with a zero character
     Text FullPath(TextView path) const;
-    /// The native path; of parts that are not there the spelling given, without the blanks and points at the end that Windows ignores.
+    /// The native path; of parts that are not there the spelling given, without the blanks and points at the end that
+    /// Windows ignores.
     NativePath Resolve(TextView path) const;
-    /// By the drive whose folder is nearest. @throws FileError InvalidName when a name holds "\", which path text cannot say
+    /// By the drive whose folder is nearest. @throws FileError InvalidName when a name holds "\", which path text
+    /// cannot say
     Text FromNative(std::string_view nativePath) const;
 
     Text CurrentFolder() const;

@@ -32,8 +32,7 @@ struct HolderBytes
 
 HolderBytes BytesOf(Holder holder)
 {
-    switch (holder)
-    {
+    switch (holder) {
         case Holder::Shared:
             return {sharedByte, {base + 1, 2}};
         case Holder::ExclusiveRead:
@@ -46,7 +45,10 @@ HolderBytes BytesOf(Holder holder)
     return {exclusiveWriteByte, {base, 3}};
 }
 
-ByteRange ByteOf(FileLock lock) { return {base + 16 + static_cast<off_t>(lock), 1}; }
+ByteRange ByteOf(FileLock lock)
+{
+    return {base + 16 + static_cast<off_t>(lock), 1};
+}
 
 struct flock Request(short type, ByteRange range)
 {
@@ -62,8 +64,7 @@ struct flock Request(short type, ByteRange range)
 bool SetLock(int descriptor, short type, ByteRange range)
 {
     struct flock request = Request(type, range);
-    while (::fcntl(descriptor, F_OFD_SETLK, &request) != 0)
-    {
+    while (::fcntl(descriptor, F_OFD_SETLK, &request) != 0) {
         if (errno == EAGAIN || errno == EACCES) return false;
         if (errno != EINTR) throw SystemFailure(errno == EINVAL ? ENOLCK : errno, {});
     }
@@ -78,7 +79,10 @@ bool HeldByAnother(int descriptor, ByteRange range)
     return request.l_type != F_UNLCK;
 }
 
-bool IsWritable(int descriptor) { return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY; }
+bool IsWritable(int descriptor)
+{
+    return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
 
 /// Announce, look, withdraw.
 bool AnnounceUnlessHeld(int descriptor, ByteRange own, ByteRange conflicting)
@@ -111,15 +115,17 @@ bool TryLock(int descriptor, FileLock lock, bool exclusive)
     return SetLock(descriptor, exclusive ? F_WRLCK : F_RDLCK, byte);
 }
 
-void Unlock(int descriptor, FileLock lock) { SetLock(descriptor, F_UNLCK, ByteOf(lock)); }
+void Unlock(int descriptor, FileLock lock)
+{
+    SetLock(descriptor, F_UNLCK, ByteOf(lock));
+}
 
 bool RetryFor(std::chrono::milliseconds patience, const std::function<bool()>& attempt)
 {
     using Clock = std::chrono::steady_clock;
     const auto end = Clock::now() + patience;
     thread_local std::minstd_rand random{std::random_device{}()};
-    for (int longest = 1000;; longest = std::min(longest * 2, 25'000))
-    {
+    for (int longest = 1000;; longest = std::min(longest * 2, 25'000)) {
         if (attempt()) return true;
         const auto now = Clock::now();
         if (now >= end) return false;

@@ -5,8 +5,9 @@
 
 #include "platform/Files.h"
 
-// Locks on open files. They are open file description locks: each open of a file is an owner of its own, in one process as between processes,
-// closing another descriptor of the file takes none away, and the kernel drops them with the process.
+// Locks on open files. They are open file description locks: each open of a file is an owner of its own, in one process
+// as between processes, closing another descriptor of the file takes none away, and the kernel drops them with the
+// process.
 //
 //   byte                 held (as a read lock) by
 //   1 TiB                openers that share the file, and copiers
@@ -15,9 +16,10 @@
 //   1 TiB + 16           FileLock::Reading: read lock of readers, write lock of him who writes pages
 //   1 TiB + 17           FileLock::Writing
 //
-// Documents end far below, and what does not exist can be locked. An opener first announces itself with a read lock on its byte, then looks
-// whether anybody holds a byte that conflicts, and withdraws if so. Of two that come at the same moment both may withdraw, never both stay; they try
-// again. A read lock needs no writable descriptor, so the rights on the file do not matter: no second kind of lock is needed for read-only files.
+// Documents end far below, and what does not exist can be locked. An opener first announces itself with a read lock on
+// its byte, then looks whether anybody holds a byte that conflicts, and withdraws if so. Of two that come at the same
+// moment both may withdraw, never both stay; they try again. A read lock needs no writable descriptor, so the rights on
+// the file do not matter: no second kind of lock is needed for read-only files.
 namespace vmlib::posix {
 
 enum class Holder

@@ -14,7 +14,8 @@ namespace vmlib::posix {
 
 namespace {
 
-/// Who wants to write back before a copy. The mutex stays locked during the calls, so that no file goes away under its own call.
+/// Who wants to write back before a copy. The mutex stays locked during the calls, so that no file goes away under its
+/// own call.
 struct WriteBacks
 {
     std::recursive_mutex mutex;
@@ -34,10 +35,11 @@ FileIdentity IdentityOf(const struct stat& facts)
     return {static_cast<std::uint64_t>(facts.st_dev), static_cast<std::uint64_t>(facts.st_ino)};
 }
 
-void SyncFolder(const std::string& nativeFolder, TextView path)
+void SyncNativeFolder(const std::string& nativeFolder, TextView path)
 {
     const Descriptor folder(::open(nativeFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // A folder that may be entered and not listed cannot be opened; file systems without this service say EINVAL. Neither is a failure.
+    // A folder that may be entered and not listed cannot be opened; file systems without this service say EINVAL.
+    // Neither is a failure.
     if (!folder || ::fsync(folder.Number()) == 0) return;
     if (errno != EINVAL && errno != EROFS && errno != EBADF) throw SystemFailure(errno, path);
 }
@@ -68,10 +70,9 @@ PosixOpenFile::~PosixOpenFile()
 std::size_t PosixOpenFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> into)
 {
     std::size_t done = 0;
-    while (done < into.size())
-    {
-        const ssize_t count = ::pread(descriptor_.Number(), into.data() + done, into.size() - done,
-                                      static_cast<off_t>(offset + done));
+    while (done < into.size()) {
+        const ssize_t count =
+            ::pread(descriptor_.Number(), into.data() + done, into.size() - done, static_cast<off_t>(offset + done));
         if (count == 0) break;
         if (count > 0)
             done += static_cast<std::size_t>(count);
@@ -90,10 +91,9 @@ void PosixOpenFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> 
 {
     CheckWritable();
     std::size_t done = 0;
-    while (done < bytes.size())
-    {
-        const ssize_t count = ::pwrite(descriptor_.Number(), bytes.data() + done, bytes.size() - done,
-                                       static_cast<off_t>(offset + done));
+    while (done < bytes.size()) {
+        const ssize_t count =
+            ::pwrite(descriptor_.Number(), bytes.data() + done, bytes.size() - done, static_cast<off_t>(offset + done));
         if (count >= 0)
             done += static_cast<std::size_t>(count);
         else if (errno != EINTR)
@@ -118,13 +118,12 @@ void PosixOpenFile::Resize(std::uint64_t size)
 void PosixOpenFile::Sync()
 {
     if (syncFailed_) throw FileError(FileFault::Io, path_, "an earlier write did not reach the disk");
-    if (::fdatasync(descriptor_.Number()) != 0 && errno != EINVAL)
-    {
+    if (::fdatasync(descriptor_.Number()) != 0 && errno != EINVAL) {
         syncFailed_ = true;
         throw SystemFailure(errno, path_);
     }
     if (newIn_.empty()) return;
-    SyncFolder(newIn_, path_);
+    SyncNativeFolder(newIn_, path_);
     newIn_.clear();
 }
 
@@ -134,7 +133,10 @@ bool PosixOpenFile::Lock(FileLock lock, bool exclusive, int milliseconds)
                     [&] { return TryLock(descriptor_.Number(), lock, exclusive); });
 }
 
-void PosixOpenFile::Unlock(FileLock lock) { posix::Unlock(descriptor_.Number(), lock); }
+void PosixOpenFile::Unlock(FileLock lock)
+{
+    posix::Unlock(descriptor_.Number(), lock);
+}
 
 void PosixOpenFile::OnCopy(std::function<void()> writeBack)
 {

@@ -12,7 +12,7 @@ namespace vmlib::posix {
 FileIdentity IdentityOf(const struct stat& facts);
 
 /// Puts the entries of a folder on the disk. @throws FileError
-void SyncFolder(const std::string& nativeFolder, TextView path);
+void SyncNativeFolder(const std::string& nativeFolder, TextView path);
 
 /// Calls what the open files of this process with that identity gave to OnCopy.
 void WriteBackBeforeCopy(const FileIdentity& identity);

@@ -9,8 +9,7 @@ namespace {
 
 FileFault FaultOf(int error)
 {
-    switch (error)
-    {
+    switch (error) {
         case ENOENT:
             return FileFault::NotFound;
         case ENOTDIR:
