@@ -197,7 +197,7 @@ int Sign(int difference)
 template <class OfDouble, class OfCurrency>
 Variant KeepingType(const Variant& value, OfDouble&& ofDouble, OfCurrency&& ofCurrency)
 {
-    const Variant plain = DefaultValue(value);
+    Variant plain = DefaultValue(value);
     if (plain.IsNull()) return plain;
     switch (RankOf(plain)) {
         case Rank::Empty:
@@ -296,7 +296,7 @@ Variant Power(const Variant& left, const Variant& right)
 
 Variant Negate(const Variant& value)
 {
-    const Variant plain = DefaultValue(value);
+    Variant plain = DefaultValue(value);
     if (plain.IsNull()) return plain;
     const Rank rank = RankOf(plain);
     if (rank <= Rank::Long) return Widened(-WholeOf(plain), std::max(rank, Rank::Integer));

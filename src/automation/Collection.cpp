@@ -18,7 +18,7 @@ const MemberTable& Collection::Members()
     return table;
 }
 
-void Collection::Add(const Variant& item, Optional key, Optional before, Optional after)
+void Collection::Add(const Variant& item, const Optional& key, const Optional& before, const Optional& after)
 {
     if (key.Given() && !key.value.IsText()) throw Error(ErrorNumber::TypeMismatch);
     if (before.Given() && after.Given()) throw Error(ErrorNumber::InvalidCall);

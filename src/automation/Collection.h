@@ -13,7 +13,7 @@ class Collection : public AutomationClass<Collection>
 public:
     static const MemberTable& Members();
 
-    void Add(const Variant& item, Optional key = {}, Optional before = {}, Optional after = {});
+    void Add(const Variant& item, const Optional& key = {}, const Optional& before = {}, const Optional& after = {});
     Variant Item(const Variant& index) const;
     std::int32_t Count() const;
     void Remove(const Variant& index);

@@ -27,8 +27,8 @@ Date ToDate(const Variant& value);
 /// To the wanted type; Variant and the value's own type leave it as it is.
 Variant Coerce(const Variant& value, VarType type);
 
-/// CStr of a double or single in the locale: 15 (7) significant digits, plain form up to 15 decimals and 15 digits,
-/// else exponent form.
+/// CStr of a double or single in the locale: 15 significant digits, plain form up to 15 decimals and 15 digits,
+/// else exponent form. For a single each of the three is 7.
 Text NumberToText(double value, const Locale& locale = Locale::User());
 Text NumberToText(float value, const Locale& locale = Locale::User());
 Text CurrencyToText(Currency value, const Locale& locale = Locale::User());

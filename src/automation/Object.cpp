@@ -8,7 +8,8 @@ namespace {
 Variant InvokeOn(const ObjectRef& object, TextView member, InvokeKind kind, std::span<Variant> arguments)
 {
     if (!object) throw Error(ErrorNumber::ObjectNotSet);
-    const ObjectRef alive = object;  // the call may drop the caller's last reference
+    const ObjectRef alive =
+        object;  // the call may drop the caller's last reference. NOLINT(performance-unnecessary-copy-initialization)
     return alive->Invoke(member, kind, arguments);
 }
 

@@ -10,8 +10,7 @@ namespace vmlib {
 
 /// Little-endian integers and reals at any alignment. The caller has checked that the bytes are there.
 template <class T>
-    requires std::integral<T> || std::floating_point<T>
-T LoadLittle(const std::uint8_t* from)
+requires std::integral<T> || std::floating_point<T> T LoadLittle(const std::uint8_t* from)
 {
     static_assert(std::endian::native == std::endian::little, "big-endian hosts need a byte swap here");
     T value;
@@ -20,7 +19,7 @@ T LoadLittle(const std::uint8_t* from)
 }
 
 template <class T>
-    requires std::integral<T> || std::floating_point<T>
+requires std::integral<T> || std::floating_point<T>
 void StoreLittle(std::uint8_t* to, T value)
 {
     static_assert(std::endian::native == std::endian::little, "big-endian hosts need a byte swap here");
@@ -39,7 +38,8 @@ T LoadBig(const std::uint8_t* from)
 template <std::unsigned_integral T>
 void StoreBig(std::uint8_t* to, T value)
 {
-    for (std::size_t i = sizeof value; i-- > 0; value = static_cast<T>(value >> 8)) to[i] = static_cast<std::uint8_t>(value & 0xFF);
+    for (std::size_t i = sizeof value; i-- > 0; value = static_cast<T>(value >> 8))
+        to[i] = static_cast<std::uint8_t>(value & 0xFF);
 }
 
 }  // namespace vmlib

@@ -5,7 +5,8 @@
 
 namespace vmlib {
 
-/// Text everywhere in the library: counted UTF-16, which may hold zero characters. Code page 1252 and UTF-8 are converted at the edges.
+/// Text everywhere in the library: counted UTF-16, which may hold zero characters. Code page 1252 and UTF-8 are
+/// converted at the edges.
 using Text = std::u16string;
 using TextView = std::u16string_view;
 
@@ -13,7 +14,8 @@ using TextView = std::u16string_view;
 Text FromUtf8(std::string_view utf8);
 std::string ToUtf8(TextView text);
 
-/// Code page 1252 to text: each of the 256 bytes is a character of its own (81, 8D, 8F, 90 and 9D are the C1 controls of the same number).
+/// Code page 1252 to text: each of the 256 bytes is a character of its own (81, 8D, 8F, 90 and 9D are the C1 controls
+/// of the same number).
 Text FromAnsi(std::string_view bytes);
 
 /// Text to code page 1252 with the platform's best fit (fullwidth A to A, ...); what has no byte becomes "?".

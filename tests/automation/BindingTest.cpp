@@ -82,11 +82,14 @@ public:
     void SetIndexed(std::int32_t index, const Text& value) { cells_[static_cast<std::size_t>(index)] = value; }
     void SetSecret(Text value) { cells_[0] = std::move(value); }
     std::shared_ptr<Collection> Fields() const { return fields_; }
+    ObjectRef Owner() const { return owner_; }
+    void SetOwner(ObjectRef owner) { owner_ = std::move(owner); }
     std::vector<Variant> All() const { return {1, 2}; }
     void SetFails(bool fails) { fails_ = fails; }
     bool Fails() const { return fails_; }
 
     std::array<Text, 3> cells_{};
+    ObjectRef owner_;
     std::shared_ptr<Collection> fields_ = std::make_shared<Collection>();
 
 private:
@@ -113,6 +116,7 @@ const MemberTable& Sample::Members()
             .Method<&CellCount>(u"CellCount")
             .Property<&Sample::Indexed, &Sample::SetIndexed>(u"Indexed", {u"Index"})
             .Property<&Sample::Fails, &Sample::SetFails>(u"Fails")
+            .Property<&Sample::Owner, &Sample::SetOwner>(u"Owner")
             .WriteOnly<&Sample::SetSecret>(u"Secret")
             .DefaultProperty<&Sample::Fields>(u"Fields")
             .Enumerator<&Sample::All>();
@@ -223,6 +227,13 @@ TEST_F(Binding, IndexesGoToTheDefaultMemberOfTheResult)
     Put(object_, u"Fields", 1, 9);
     EXPECT_EQ(ToLong(Get(object_, u"", 1)), 9);  // and the field gives its value
     EXPECT_EQ(ErrorOf([&] { Get(object_, u"Fields", u"Other"); }), 5);
+
+    // A property that can be put itself is not put when indexes are given.
+    Put(object_, u"Owner", sample_->fields_);
+    Put(object_, u"Owner", u"versie", 10);
+    EXPECT_EQ(field->Value(), Variant(10));
+    EXPECT_EQ(ErrorOf([&] { Put(object_, u"Secret", 1, 2); }), 450);
+    EXPECT_EQ(ErrorOf([&] { Put(object_, u"Fails", 1, 2); }), 451);
 }
 
 TEST_F(Binding, DefaultMembers)

@@ -172,6 +172,11 @@ TEST(TextToDate, TheLocaleOrdersTheNumbers)
     }
 }
 
+TEST(TextToDate, TimesBeforeTheFirstDayCountAwayFromIt)
+{
+    EXPECT_EQ(TextToDate(u"12/29/1899 6:00", en).serial, -1.25);
+}
+
 TEST(TextToDate, WhereThePointPartsDatesItPartsNoTimes)
 {
     Locale german = da;

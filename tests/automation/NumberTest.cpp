@@ -37,6 +37,7 @@ TEST(NumberToText, Doubles)
         // Exact ties of the sixteenth digit go away from zero, whatever the fifteenth is.
         {100000000000000.5, u"100000000000001", u"100000000000001"},
         {100000000000002.5, u"100000000000003", u"100000000000003"},
+        {17.87434218258705, u"17.874342182587", u"17,874342182587"},  // a little less than a tie
         {999999999999999.5, u"1E+15", u"1E+15"},
         {std::numeric_limits<double>::max(), u"1.79769313486232E+308", u"1,79769313486232E+308"},
         {std::numeric_limits<double>::denorm_min(), u"4.94065645841247E-324", u"4,94065645841247E-324"},
@@ -175,6 +176,8 @@ TEST(TextToNumber, FollowsTheLocale)
         {da, u"kr 5", 5},
         {en, u"&H75FF", 30207},
         {en, u"&O17", 15},
+        {en, u"&HFFFF", -1},
+        {en, u"&HFFFF&", 65535},
         {en, u"&H80000000", -2147483648.0},
         {en, u"&HG", 0, 13},
         {en, u"&H1 2", 0, 13},
