@@ -122,6 +122,7 @@ struct FileFacts
     bool isFolder = false;
     bool isReadOnly = false;  // the owner's write bit is off
     Date modified;            // local time
+    FileIdentity identity;
 };
 
 /// What Copy and Replace write beside a file before it takes its name: NAME followed by this and four hexadecimal digits. One that is there while

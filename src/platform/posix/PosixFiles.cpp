@@ -123,7 +123,7 @@ std::optional<FileFacts> PosixFiles::Facts(TextView path)
     struct stat facts;
     if (!native.exists || ::stat(native.path.c_str(), &facts) != 0) return std::nullopt;
     return FileFacts{static_cast<std::uint64_t>(facts.st_size), S_ISDIR(facts.st_mode), IsReadOnly(facts),
-                     LocalTime(facts.st_mtim.tv_sec)};
+                     LocalTime(facts.st_mtim.tv_sec), IdentityOf(facts)};
 }
 
 void PosixFiles::Delete(TextView path)
