@@ -4,16 +4,15 @@ namespace vmlib::jet {
 
 namespace {
 
-Text Finding(PageNumber page, std::string_view finding)
+constexpr auto number = static_cast<std::int32_t>(ErrorNumber::DamagedDatabase);
+
+Text TextOf(PageNumber page, std::string_view finding)
 {
-    return ErrorText(static_cast<std::int32_t>(ErrorNumber::DamagedDatabase)) + u" Page " + Decimal(page) + u": " + FromUtf8(finding) + u".";
+    return ErrorText(number) + u" (page " + Decimal(page) + u": " + FromUtf8(finding) + u")";
 }
 
 }  // namespace
 
-Damaged::Damaged(PageNumber page, std::string_view finding)
-    : Error(static_cast<std::int32_t>(ErrorNumber::DamagedDatabase), Finding(page, finding)), page_(page)
-{
-}
+Damaged::Damaged(PageNumber page, std::string_view finding) : Error(number, TextOf(page, finding)), page_(page), finding_(finding) {}
 
 }  // namespace vmlib::jet

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "core/Error.h"
@@ -15,9 +16,11 @@ class Damaged : public Error
 public:
     Damaged(PageNumber page, std::string_view finding);
     PageNumber Page() const { return page_; }
+    const std::string& Finding() const { return finding_; }
 
 private:
     PageNumber page_;
+    std::string finding_;
 };
 
 }  // namespace vmlib::jet

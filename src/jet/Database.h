@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
+#include <functional>
 #include <memory>
-#include <optional>
+#include <vector>
 
 #include "jet/Definition.h"
 #include "jet/Table.h"
@@ -11,12 +11,15 @@
 namespace vmlib::jet {
 
 class Database;
+class DatabaseFile;
+struct WorkspaceState;
 
 struct OpenOptions
 {
     bool exclusive = false;
     bool readOnly = false;
-    Text password;  // ignored for an unprotected file
+    Text password{};         // ignored for an unprotected file
+    bool forRepair = false;  // in spite of damage marks
 };
 
 /// One user's set of open files. The lock belongs to the workspace: one descriptor, one cache and one journal per file and workspace, so
@@ -24,23 +27,30 @@ struct OpenOptions
 class Workspace
 {
 public:
-    explicit Workspace(Files& files, Text temporaryFolder);
+    /// @param now  local time, for the dates of objects; the C library's when none is given
+    explicit Workspace(Files& files, Text temporaryFolder, std::function<Date()> now = {});
+    Workspace(const Workspace&) = delete;
+    Workspace& operator=(const Workspace&) = delete;
+    /// Rolls a running transaction back. Databases may outlive their workspace.
     ~Workspace();
 
     /// @throws Error 3044 folder, 3024 file, 3045/3356/3051 sharing and rights, 3343 format, 3049/3428 damage, 3031 password, in this order of
     ///         checks; an encrypted file is 3343 with the reason. A journal that is left is played back first.
-    /// A file with the read-only attribute opens read only, whatever is asked.
+    /// A file with the read-only attribute opens read only, whatever is asked. A file that this workspace has open already gets the rights that are
+    /// missing, which it keeps until its last Database closes; within a transaction, or against other openers, that is the error of sharing.
     std::shared_ptr<Database> Open(TextView path, const OpenOptions& options);
 
-    /// A new file with the four system tables, open and exclusive. ".mdb" is added to a name without extension.
-    /// @throws Error 3204 when it exists, 3044, 3424 for a sort order that is not known
+    /// A new file with the four system tables, open and exclusive. ".mdb" is added to a name without extension. It is on the disk when it, or any
+    /// other database of this workspace, is closed; until then a crash leaves a file that says that it is not complete.
+    /// @throws Error 3204 when it exists, 3044, 3424 for a sort order that is not known, 3031 for an impossible password
     std::shared_ptr<Database> Create(TextView path, const SortLocale& locale, TextView password);
 
     /// The database of that path that this workspace has open; null when none.
     std::shared_ptr<Database> Find(TextView path);
 
-    /// Transactions over all files of the workspace, nested five deep (3003, 3034).
+    /// Transactions over all files of the workspace, also those opened during it, nested five deep (3003, 3034).
     void Begin();
+    /// When the outermost one throws, the transaction is over and its changes are undone.
     void Commit();
     void Rollback();
     int TransactionDepth() const;
@@ -49,8 +59,7 @@ public:
     const Text& TemporaryFolder() const;
 
 private:
-    struct Implementation;
-    std::unique_ptr<Implementation> implementation_;
+    std::shared_ptr<WorkspaceState> state_;
 };
 
 /// A row of MSysObjects.
@@ -64,7 +73,7 @@ struct ObjectEntry
     Date created, updated;
 };
 
-/// An open file with its catalogue. Obtained from a Workspace; the last reference closes the file (settled and synced).
+/// An open file with its catalogue. Obtained from a Workspace; the last reference closes the file.
 class Database
 {
 public:
@@ -78,7 +87,15 @@ public:
         PageNumber pages = 0;
     };
 
+    /// Closes; what Close would have thrown is lost.
     ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    /// Puts all new files of the workspace on the disk and gives up this reference to its file; the object is of no use afterwards. Within a
+    /// transaction the file stays open until that ends. @throws Error 3026, 3043
+    void Close();
+    bool IsOpen() const;
 
     const Text& Path() const;
     bool IsReadOnly() const;
@@ -92,7 +109,7 @@ public:
     const ObjectEntry* FindObject(TextView name, std::int16_t type);
 
     /// The table of that name (system tables too), shared by all who ask while it exists. A name padded with blanks and its trimmed form find
-    /// each other. @throws Error 3078 when there is none
+    /// each other. It keeps the file open. @throws Error 3078 when there is none
     std::shared_ptr<Table> OpenTable(TextView name);
 
     // Changes of design: each is a unit of work of its own unless one runs. Error numbers as DAO's Append and Delete give them.
@@ -100,14 +117,14 @@ public:
     void DropTable(TextView name);                   // 3011; 3281 when a relation uses it
     void RenameTable(TextView from, TextView to);
     void CreateIndex(TextView table, const NewIndex& index);
-    void DropIndex(TextView table, TextView index);  // 3265/3372; 3281 when a relation uses it
-    void AddColumn(TextView table, const ColumnDefinition& column);
-    void DropColumn(TextView table, TextView column);
+    void DropIndex(TextView table, TextView index);  // 3372; 3281 when a relation uses it
+    void AddColumn(TextView table, const ColumnDefinition& column);  // 3380
+    void DropColumn(TextView table, TextView column);                // 3381; 3303 when a relation or an index uses it
     void RenameColumn(TextView table, TextView from, TextView to);
     void SetFieldProperties(TextView table, TextView column, const PropertyList& properties);
 
     std::vector<RelationDefinition> Relations();
-    void CreateRelation(const RelationDefinition& relation);  // 3366, 3012, 3609, 3368, 3379, 3078
+    void CreateRelation(const RelationDefinition& relation);  // 3366, 3012, 3609, 3368, 3379, 3078, 3409, 3125
     void DropRelation(TextView name);                         // 3011
 
     struct StoredQuery
@@ -119,16 +136,22 @@ public:
     std::vector<StoredQuery> Queries();
     /// Adds a query or replaces the rows of an existing one (its id stays). 3012 when a table has the name.
     void StoreQuery(const StoredQuery& query);
-    void DropQuery(TextView name);
+    void DropQuery(TextView name);                    // 3011
+    void RenameQuery(TextView from, TextView to);  // 3011, 3012, 3125
 
     /// Writes a new password (exclusive opens only: 3621).
     void SetPassword(TextView oldPassword, TextView newPassword);
 
 private:
     friend class Workspace;
-    struct Implementation;
-    explicit Database(std::unique_ptr<Implementation> implementation);
-    std::unique_ptr<Implementation> implementation_;
+    Database(std::shared_ptr<WorkspaceState> workspace, std::shared_ptr<DatabaseFile> file, bool readOnly, bool exclusive);
+    DatabaseFile& File() const;
+    DatabaseFile& FileToChange(TextView table) const;
+
+    std::shared_ptr<WorkspaceState> workspace_;
+    std::shared_ptr<DatabaseFile> file_;
+    bool readOnly_;
+    bool exclusive_;
 };
 
 }  // namespace vmlib::jet

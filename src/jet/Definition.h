@@ -105,7 +105,9 @@ struct TreeDefinition
     bool required = false;     // no Null in a key
     std::uint32_t ownedMap = 0;  // row pointer of the map of its pages
     PageNumber root = noPage;
-    std::uint32_t distinctKeys = 0;
+    std::uint8_t otherFlags = 0;      // bits that nobody understands, kept
+    std::uint32_t entryCount = 0;     // as stored: 0 or the entries when the tree was built
+    std::uint32_t distinctKeys = 0;   // as stored; genuine files let it drift
 };
 
 struct TableDefinition
@@ -119,7 +121,7 @@ struct TableDefinition
 
     std::uint32_t rowCount = 0;        // as the definition says; files not closed properly may be off
     std::uint32_t lastAutoNumber = 0;
-    std::uint16_t columnsEver = 0;     // rows have presence bits for that many at most
+    std::uint16_t columnsEver = 0;     // deleted ones included; rows have presence bits for that many at most
     std::uint16_t variableColumnsEver = 0;
     std::uint32_t ownedMap = 0, roomMap = 0;
 
@@ -128,6 +130,8 @@ struct TableDefinition
     std::optional<std::size_t> ColumnNumbered(std::uint16_t number) const;
     const IndexDefinition* IndexNamed(TextView name) const;
     const TreeDefinition& TreeOf(const IndexDefinition& index) const { return trees.at(index.realIndex); }
+    /// True when no key of the tree may hold a Null: it says so, or it carries the primary key.
+    bool RefusesNull(std::size_t realIndex) const;
 };
 
 /// What the caller asks for when an index is made.

@@ -100,7 +100,8 @@ public:
 
     /// Units of work; used through UnitOfWork and ReadScope.
     virtual void BeginUnit() = 0;    // nested ones are savepoints
-    virtual void CommitUnit() = 0;   // the outermost one makes it durable
+    /// The outermost one makes it durable. When it throws, the changes are undone and the unit still has to be ended by RollbackUnit.
+    virtual void CommitUnit() = 0;
     virtual void RollbackUnit() noexcept = 0;
     virtual void BeginRead() = 0;    // nests; other processes' commits wait until EndRead, and are noticed at the next BeginRead
     virtual void EndRead() noexcept = 0;

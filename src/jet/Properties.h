@@ -15,6 +15,7 @@ struct Property
     std::uint8_t type = 0;     // a column type code
     bool definition = false;   // "data definition" property: 1 in the file
     Bytes value;               // as stored
+    std::uint8_t otherFlags = 0;  // bits beside `definition` in its byte; 80 is seen
 };
 
 /// Properties of one object or field, in the order of the file; unknown ones keep their bytes.
@@ -42,13 +43,17 @@ struct ObjectProperties
 {
     PropertyList own;
     std::vector<std::pair<Text, PropertyList>> fields;
-    Bytes unknownChunks;  // chunks of kinds not understood, kept as they are
+    Bytes unknownChunks;      // chunks of kinds not understood, kept as they are
+    std::vector<Text> names;  // property names in the order of the file; Encode adds those that are missing
 
     /// @throws Error 3428 when the bytes contradict the format; an empty value gives no properties
     static ObjectProperties Decode(const Bytes& stored);
     Bytes Encode() const;
     PropertyList& OfField(TextView name);        // made when missing
     const PropertyList* FindField(TextView name) const;
+    void RemoveField(TextView name);
+    void RenameField(TextView from, TextView to);
+    bool Empty() const;
 };
 
 }  // namespace vmlib::jet

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -17,25 +16,40 @@ using ColumnMask = std::vector<bool>;
 ///
 ///     Table table(pager, allocator, definition);
 ///     for (auto cursor = table.Scan(); cursor.Next();) use(cursor.Current());
+///
+///     UnitOfWork unit(pager);          // every change needs a running unit
+///     table.Insert(row);
+///     unit.Commit();
+///
+/// A change that throws has changed nothing. One object a table and file: it remembers where the last row went and what the definition says.
 class Table
 {
 public:
+    /// @param definition  as ReadDefinition or Create gave it, with name and properties added; those are kept when pages are decoded again
     Table(Pager& pager, PageAllocator& allocator, TableDefinition definition);
+    ~Table();
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
 
-    /// The definition as it is now (decoded again when Pager::Generation changed or a change of this object altered it).
+    /// The definition as it is now (decoded again when Pager::Generation changed or a change of this object altered it). The reference stays
+    /// valid, its contents change.
     const TableDefinition& Definition();
     /// Reads a definition from its pages, without name and properties. @throws Damaged
     static TableDefinition ReadDefinition(Pager& pager, PageNumber page);
-    /// Writes the definition of a new table (columns only, no indexes): allocates pages and maps, fills in numbers, ordinals, offsets, flags.
+    /// Writes the definition of a new table (columns only, no indexes): allocates pages and maps, fills in numbers, ordinals, offsets, flags
+    /// (bits 20, 40 and 80 of `flags` are taken from the caller). With `wanted.page` the definition goes there; the caller has taken that page.
+    /// @throws Error 3264 without columns, 3190 with more than 255, 3259 for a type that the format does not have
     static TableDefinition Create(Pager& pager, PageAllocator& allocator, TableDefinition wanted);
-    /// Gives all pages of the table back: rows, long values, indexes, maps, definition.
+    /// Gives all pages of the table back: rows, long values, indexes, maps, definition. The object is of no use afterwards.
     void Destroy();
 
-    /// Walks the rows in the order of the pages.
+    /// Walks the rows in the order of the pages. The table may be changed between two calls of Next: each row that was there when the scan
+    /// began and still is comes once, rows inserted since do not come. Keeps the column set of its beginning.
     class Cursor
     {
     public:
-        bool Next();             // to the next row; false at the end
+        Cursor();
+        bool Next();  // to the next row; false at the end. @throws Damaged; the call after it goes on behind the damaged row or page
         const Row& Current() const;
         RowPointer Where() const;
 
@@ -44,17 +58,19 @@ public:
         struct State;
         std::shared_ptr<State> state_;
     };
+    /// Columns outside the mask are Null in Current(). The table must outlive the cursor's last Next.
     Cursor Scan(ColumnMask columns = {});
 
-    /// False when the row is deleted. Moved rows are found through their old place. @throws Damaged
+    /// False when the row is deleted. Moved rows are found through their old place. Columns outside the mask become Null. @throws Damaged
     bool Fetch(RowPointer at, Row& row, const ColumnMask& columns = {});
 
     /// Checks unique and required indexes before the first byte changes, then stores row, long values and entries.
     /// Values already have their column's type (text within its size; the caller converted them).
-    /// @throws Error 3022 duplicate, 3058 Null in a primary or required key, 3047-like row too long
+    /// @throws Error 3022 duplicate, 3058 Null in a primary or required key, 3047 row longer than 2,012 bytes (2,003 without variable columns)
     RowPointer Insert(const Row& row);
-    /// Rewrites a row; it moves when it no longer fits, its pointer stays the same.
+    /// Rewrites a row; it moves when it no longer fits, its pointer stays the same. @throws as Insert, and 3167 when the row is deleted
     void Update(RowPointer at, const Row& row);
+    /// @throws Error 3167 when the row is deleted already
     void Delete(RowPointer at);
 
     /// The next AutoNumber (highest ever + 1); taking it moves the counter.
@@ -62,28 +78,38 @@ public:
     /// Moves the counter to at least `given`.
     void NoteAutoNumber(std::int32_t given);
 
+    /// The tree of a real index, to search in; valid until the table changes.
     IndexTree Tree(std::size_t realIndex);
-    /// Builds a real index over the rows there are and writes it into the definition; a logical index of that name with it. A tree with the same
-    /// columns and flags is shared only by relations (`shareTree`).
-    /// @throws Error 3022, 3058, 3039, 3277, 3409
+    /// Builds a real index over the rows there are and writes it into the definition, and a logical index of that name with it. The tree is the
+    /// index's own: only relations share one (TreeOver).
+    /// @throws Error 3022, 3058, 3039 above 32, 3277 above 10 columns, 3409 unknown, memo or long binary column, 3284 name taken, 3283 second
+    ///         primary key
     void AddIndex(const NewIndex& index, Files& files, TextView temporaryFolder);
-    void RemoveIndex(TextView name);  // its tree goes with the last logical index on it
-    /// Adds or removes the logical index of a relation; see docs/file-format.md, "Relations".
-    void AddLogicalIndex(IndexDefinition index);
-    /// Adds a column (rows stored before lack it: Null) or removes one (its bytes and number stay).
-    void AddColumn(ColumnDefinition column);
-    void RemoveColumn(TextView name);
+    void RemoveIndex(TextView name);  // of any kind; its tree goes with the last logical index on it. @throws Error 3372
+
+    /// For the logical indexes of a relation (docs/file-format.md, "Relations"). On the foreign side:
+    ///
+    ///     index.realIndex = table.TreeOver(columns, files, folder);    // the tree that is there for these columns, else a new one
+    ///     index.number = table.NextIndexNumber();                      // what the other table names as `otherIndex`
+    ///     table.AddLogicalIndex(index);
+    std::size_t TreeOver(const std::vector<IndexColumn>& columns, Files& files, TextView temporaryFolder);
+    std::uint32_t NextIndexNumber();
+    void AddLogicalIndex(IndexDefinition index);  // @throws Error 3039, 3284
+    /// Says which logical index of the other table belongs to this relation index.
+    void SetOtherIndex(std::uint32_t number, std::int32_t otherIndex);
+
+    /// Adds a column (rows stored before lack it: Null, Boolean False) or removes one (its bytes and number stay).
+    void AddColumn(ColumnDefinition column);  // @throws Error 3190, 3259
+    void RemoveColumn(TextView name);         // @throws Error 3381; an index still uses it: 3303
     void RenameColumn(TextView from, TextView to);
-    /// Writes changed ordinal positions and the like of columns that exist.
+    /// Writes changed ordinal positions, sizes, flags and the like of columns that exist.
     void RewriteDefinition(const TableDefinition& definition);
 
     std::uint32_t RowCount();
 
 private:
-    Pager& pager_;
-    PageAllocator& allocator_;
-    TableDefinition definition_;
-    std::uint64_t generation_ = 0;
+    struct State;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace vmlib::jet

@@ -2,7 +2,6 @@
 
 #include <cassert>
 #include <cstring>
-#include <deque>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -45,7 +44,7 @@ public:
     {
         Bytes all;
         all.reserve(frames_.size() * pageSize);
-        for (const Frame& frame : frames_) all.insert(all.end(), frame.data, frame.data + pageSize);
+        for (const auto& frame : frames_) all.insert(all.end(), frame->data, frame->data + pageSize);
         return all;
     }
 
@@ -58,7 +57,7 @@ public:
     PageRef Read(PageNumber number) override
     {
         if (number >= frames_.size()) throw Damaged(number, "the page lies behind the end of the file");
-        return Reference(frames_[number]);
+        return Reference(*frames_[number]);
     }
 
     PageEdit Edit(PageNumber number) override
@@ -66,7 +65,7 @@ public:
         assert(!units_.empty() && "a change needs a unit of work");
         if (number >= frames_.size()) throw Damaged(number, "the page lies behind the end of the file");
         CountEdit();
-        Frame& frame = frames_[number];
+        Frame& frame = *frames_[number];
         if (frame.savedIn != units_.back().serial) {
             units_.back().before.emplace(number, Bytes(frame.data, frame.data + pageSize));
             frame.savedIn = units_.back().serial;
@@ -108,11 +107,11 @@ public:
     {
         Unit& unit = units_.back();
         for (const auto& [number, image] : unit.before) {
-            std::memcpy(frames_[number].data, image.data(), pageSize);
-            frames_[number].savedIn = 0;
+            std::memcpy(frames_[number]->data, image.data(), pageSize);
+            frames_[number]->savedIn = 0;
         }
         while (frames_.size() > unit.pageCount) {
-            assert(frames_.back().references == 0);
+            if (frames_.back()->references != 0) orphans_.push_back(std::move(frames_.back()));
             frames_.pop_back();
         }
         units_.pop_back();
@@ -126,7 +125,7 @@ public:
     std::size_t HeldPages() const
     {
         std::size_t held = 0;
-        for (const Frame& frame : frames_) held += frame.references != 0 ? 1 : 0;
+        for (const auto& frame : frames_) held += frame->references != 0 ? 1 : 0;
         return held;
     }
 
@@ -145,7 +144,7 @@ private:
 
     Frame& Append()
     {
-        Frame& frame = frames_.emplace_back();
+        Frame& frame = *frames_.emplace_back(std::make_unique<Frame>());
         frame.bytes = std::make_unique<std::uint8_t[]>(pageSize);
         frame.data = frame.bytes.get();
         frame.number = static_cast<PageNumber>(frames_.size() - 1);
@@ -173,7 +172,8 @@ private:
         return file;
     }
 
-    std::deque<Frame> frames_;
+    std::vector<std::unique_ptr<Frame>> frames_;
+    std::vector<std::unique_ptr<Frame>> orphans_;  // pages of a unit that was rolled back, still held by somebody
     std::vector<Unit> units_;
     std::uint64_t lastSerial_ = 0;
     std::uint64_t generation_ = 0;

@@ -1,0 +1,64 @@
+#include "jet/DatabaseFile.h"
+
+#include "jet/Damage.h"
+#include "jet/HeaderPage.h"
+#include "jet/SystemTables.h"
+
+namespace vmlib::jet {
+
+DatabaseFile::DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options, std::function<Date()> now)
+    : files_(files),
+      path_(file->Path()),
+      temporaryFolder_(options.temporaryFolder),
+      identity_(file->Identity()),
+      pager_(files, std::move(file), std::move(options)),
+      allocator_(pager_),
+      catalogue_(pager_, allocator_, std::move(now))
+{
+}
+
+std::shared_ptr<Table> DatabaseFile::OpenTable(TextView name, ErrorNumber missing)
+{
+    const ReadScope scope(pager_);
+    const ObjectEntry* entry = catalogue_.Find(name, system::tableType);
+    if (entry == nullptr) throw Error(missing, {Text(name)});
+    KnownTable& known = tables_[static_cast<PageNumber>(entry->id)];
+    if (known.table == nullptr || known.generation != pager_.Generation()) {
+        // The table object follows changes of the pages by itself; name and properties stand in the catalogue.
+        const ObjectEntry found = *entry;
+        const Bytes properties = catalogue_.StoredProperties(found.id);
+        if (known.table == nullptr || known.name != found.name || known.properties != properties) {
+            known.table = Load(found, properties);
+            known.name = found.name;
+            known.properties = properties;
+        }
+        known.generation = pager_.Generation();
+    }
+    struct Holder
+    {
+        std::shared_ptr<DatabaseFile> file;
+        std::shared_ptr<Table> table;
+    };
+    const auto holder = std::make_shared<Holder>(Holder{shared_from_this(), known.table});
+    return {holder, holder->table.get()};
+}
+
+std::shared_ptr<Table> DatabaseFile::Load(const ObjectEntry& entry, const Bytes& properties)
+{
+    const auto page = static_cast<PageNumber>(entry.id);
+    TableDefinition definition = Table::ReadDefinition(pager_, page);
+    definition.name = entry.name;
+    const ObjectProperties decoded = ObjectProperties::Decode(properties);
+    for (ColumnDefinition& column : definition.columns) {
+        if (const PropertyList* list = decoded.FindField(column.name)) column.properties = *list;
+    }
+    return std::make_shared<Table>(pager_, allocator_, std::move(definition));
+}
+
+SortLocale DatabaseFile::Locale()
+{
+    const ReadScope scope(pager_);
+    return HeaderPage(pager_.Read(0).Bytes()).Locale();
+}
+
+}  // namespace vmlib::jet

@@ -1,0 +1,89 @@
+#include "jet/Definition.h"
+
+#include <algorithm>
+
+namespace vmlib::jet {
+
+bool IsKnown(ColumnType type)
+{
+    return (type >= ColumnType::Boolean && type <= ColumnType::Memo) || type == ColumnType::Guid;
+}
+
+bool IsLongValue(ColumnType type)
+{
+    return type == ColumnType::LongBinary || type == ColumnType::Memo;
+}
+
+bool IsTextual(ColumnType type)
+{
+    return type == ColumnType::Text || type == ColumnType::Memo;
+}
+
+std::optional<std::uint16_t> FixedSize(ColumnType type)
+{
+    switch (type) {
+        case ColumnType::Boolean:
+        case ColumnType::Byte:
+            return 1;
+        case ColumnType::Integer:
+            return 2;
+        case ColumnType::Long:
+        case ColumnType::Single:
+            return 4;
+        case ColumnType::Currency:
+        case ColumnType::Double:
+        case ColumnType::Date:
+            return 8;
+        case ColumnType::Guid:
+            return 16;
+        case ColumnType::Binary:
+        case ColumnType::Text:
+        case ColumnType::LongBinary:
+        case ColumnType::Memo:
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+bool ColumnDefinition::Required() const
+{
+    return properties.Boolean(u"Required").value_or(false);
+}
+
+std::optional<bool> ColumnDefinition::AllowZeroLength() const
+{
+    return properties.Boolean(u"AllowZeroLength");
+}
+
+std::optional<std::size_t> TableDefinition::ColumnNamed(TextView wanted) const
+{
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (EqualIgnoringCase(columns[i].name, wanted)) return i;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::size_t> TableDefinition::ColumnNumbered(std::uint16_t number) const
+{
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (columns[i].number == number) return i;
+    }
+    return std::nullopt;
+}
+
+const IndexDefinition* TableDefinition::IndexNamed(TextView wanted) const
+{
+    const auto found = std::find_if(indexes.begin(), indexes.end(),
+                                    [&](const IndexDefinition& index) { return EqualIgnoringCase(index.name, wanted); });
+    return found == indexes.end() ? nullptr : &*found;
+}
+
+bool TableDefinition::RefusesNull(std::size_t realIndex) const
+{
+    if (trees.at(realIndex).required) return true;
+    return std::any_of(indexes.begin(), indexes.end(), [&](const IndexDefinition& index) {
+        return index.realIndex == realIndex && index.kind == IndexDefinition::Kind::Primary;
+    });
+}
+
+}  // namespace vmlib::jet
