@@ -9,8 +9,8 @@
 /// What the dialect needs to know of the tables and queries that a statement names; the engine answers.
 namespace vmlib::sql {
 
-/// Types of expressions and columns: DAO's field types, and Value for what is only known row by row (a parameter without type, IIf of mixed
-/// types). Their form inside SQLite is documented in SqliteValues.h.
+/// Types of expressions and columns: DAO's field types, and Value for what is only known row by row (a parameter
+/// without type, IIf of mixed types). Their form inside SQLite is documented in SqliteValues.h.
 enum class ValueType : std::uint8_t
 {
     Value = 0,
@@ -48,10 +48,10 @@ struct Place
 
 struct SchemaTable
 {
-    Text name;                 // as the file spells it
-    std::string sqliteName;    // the virtual table of the private connection; empty for a stored query
+    Text name;               // as the file spells it
+    std::string sqliteName;  // the virtual table of the private connection; empty for a stored query
     std::vector<SchemaColumn> columns;
-    Text queryText;            // the SQL of a stored query, which is translated in its place
+    Text queryText;  // the SQL of a stored query, which is translated in its place
 };
 
 class Schema

@@ -9,7 +9,9 @@
 #include "core/Text.h"
 #include "sql/Schema.h"
 
-/// The syntax tree of the Jet dialect.
+/// The syntax tree of the Jet dialect. Trees are immutable once parsed and shared freely; their depth is bounded by the
+/// parser, so walking them recursively is safe. Chains of And, Or and & come as balanced trees (they associate), so a
+/// thousand terms are ten levels.
 namespace vmlib::sql {
 
 struct SelectStatement;
@@ -17,7 +19,8 @@ struct Expression;
 using ExpressionRef = std::shared_ptr<const Expression>;
 using SelectRef = std::shared_ptr<const SelectStatement>;
 
-/// Stretch of the statement's text that a part was read from, for messages and for stored queries, which keep expressions as typed.
+/// Stretch of the statement's text that a part was read from, for messages and for stored queries, which keep
+/// expressions as typed.
 struct Extent
 {
     std::size_t from = 0, to = 0;
@@ -25,37 +28,64 @@ struct Extent
 
 enum class Operator : std::uint8_t
 {
-    Add, Subtract, Multiply, Divide, IntegerDivide, Modulo, Power, Concatenate, Negate, Plus,
-    Equal, NotEqual, Less, LessOrEqual, Greater, GreaterOrEqual,
-    And, Or, Not, Xor, Eqv, Imp, Like, NotLike, Is, IsNot,
+    Add,
+    Subtract,
+    Multiply,
+    Divide,
+    IntegerDivide,
+    Modulo,
+    Power,
+    Concatenate,
+    Negate,
+    Plus,
+    Equal,
+    NotEqual,
+    Less,
+    LessOrEqual,
+    Greater,
+    GreaterOrEqual,
+    And,
+    Or,
+    Not,
+    Xor,
+    Eqv,
+    Imp,
+    Like,
+    NotLike,
+    Is,
+    IsNot,
 };
 
 struct Expression
 {
     enum class Kind : std::uint8_t
     {
-        Literal,    // value
-        Name,       // qualifier (may be empty), name
-        Star,       // qualifier.* or * (in Count(*) and column lists)
-        Unary,      // op, operands[0]
-        Binary,     // op, operands[0], operands[1]
-        Between,    // operands[0..2], negated
-        InList,     // operands[0] In (operands[1..]), negated
-        InSelect,   // operands[0] In (select), negated
-        Exists,     // select
-        Scalar,     // (select)
-        Quantified, // operands[0] op Any/All (select)
-        Function,   // name(operands); aggregates too
+        Literal,     // value
+        Name,        // qualifier (may be empty), name
+        Star,        // qualifier.* or * (in Count(*) and column lists)
+        Unary,       // op, operands[0]
+        Binary,      // op, operands[0], operands[1]
+        Between,     // operands[0..2], negated
+        InList,      // operands[0] In (operands[1..]), negated
+        InSelect,    // operands[0] In (select), negated
+        Exists,      // select
+        Scalar,      // (select)
+        Quantified,  // operands[0] op Any/All (select)
+        Function,    // name(operands); aggregates too
     };
     Kind kind = Kind::Literal;
-    Extent extent;
-    Variant value;
-    Text qualifier, name;
+    Extent extent;  // with the parentheses around it
+    Variant value;  // Literal: Long, Double, Date, String, Boolean or Null; a GUID as text "{guid {...}}"
+    ValueType literalType = ValueType::Value;  // Literal: its type; Value: the literal Null
+    Text qualifier,
+        name;  // without brackets; of a name in more than two pieces the qualifier is all but the last, joined by "!"
+    bool bracketed = false;  // Name: the last piece stood in brackets, so it is no constant (Yes, No, On, Off)
     Operator op = Operator::Add;
     bool negated = false;
     bool all = false;  // Quantified: All, else Any
     std::vector<ExpressionRef> operands;
     SelectRef select;
+    std::size_t depth = 1;  // levels of this tree, subqueries included
 };
 
 struct ParameterDeclaration
@@ -90,7 +120,7 @@ struct Source
 struct SelectColumn
 {
     ExpressionRef expression;
-    Text alias;
+    Text alias;  // "" without AS
 };
 
 struct OrderItem
@@ -119,15 +149,19 @@ struct SelectStatement
     struct Part
     {
         SelectRef select;
-        bool all = false;  // UNION ALL before this part
-        Extent extent;
+        bool all = false;         // UNION ALL before this part
+        Extent extent;            // without ";" and the whole's ORDER BY
+        std::size_t unionAt = 0;  // position of the word UNION before this part
     };
     std::vector<Part> unions;
 
     // Crosstab: TRANSFORM value ... PIVOT pivot [IN (list)].
     ExpressionRef transform, pivot;
+    Text transformAlias;
     std::vector<ExpressionRef> pivotValues;
-    Text text;  // the statement as given, which extents point into
+    std::size_t clausesEnd = 0;  // where ORDER BY begins, or the end
+    Extent pivotExtent;          // the pivot expression with its IN list
+    Text text;                   // the statement as given, which extents point into
 };
 
 struct InsertStatement
@@ -135,7 +169,7 @@ struct InsertStatement
     std::vector<ParameterDeclaration> parameters;
     Text table;
     Place place;
-    std::vector<Text> fields;  // empty: all, by name (SELECT) or order (VALUES)
+    std::vector<Text> fields;           // empty: all, by name (SELECT) or order (VALUES)
     std::vector<ExpressionRef> values;  // VALUES form
     SelectRef select;                   // SELECT form
     Text text;
@@ -160,7 +194,7 @@ struct UpdateStatement
 struct DeleteStatement
 {
     std::vector<ParameterDeclaration> parameters;
-    std::optional<Text> table;  // DELETE t.* FROM ...
+    std::optional<Text> table;  // t of DELETE t.* FROM ...
     bool distinctRow = false;
     std::vector<SelectColumn> columns;
     std::vector<Source> from;
@@ -186,10 +220,10 @@ struct ConstraintSpecification
         Unique,
         ForeignKey
     };
-    Text name;
+    Text name;  // "" when the statement gives none
     Kind kind = Kind::PrimaryKey;
     std::vector<Text> fields;
-    Text foreignTable;                // the table behind REFERENCES
+    Text foreignTable;                // ForeignKey: the table behind REFERENCES
     std::vector<Text> foreignFields;  // empty: its primary key
 };
 
@@ -230,7 +264,7 @@ struct DropStatement
     Text name, table;
 };
 
-using Statement = std::variant<SelectStatement, InsertStatement, UpdateStatement, DeleteStatement, CreateTableStatement, CreateIndexStatement,
-                               AlterTableStatement, DropStatement>;
+using Statement = std::variant<SelectStatement, InsertStatement, UpdateStatement, DeleteStatement, CreateTableStatement,
+                               CreateIndexStatement, AlterTableStatement, DropStatement>;
 
 }  // namespace vmlib::sql
