@@ -1,0 +1,128 @@
+#pragma once
+
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "engine/Handles.h"
+#include "engine/JetModule.h"
+#include "sql/Schema.h"
+#include "sql/Syntax.h"
+#include "sql/Translate.h"
+
+namespace vmlib::engine {
+
+/// A prepared statement of the private connection.
+class SqliteStatement
+{
+public:
+    SqliteStatement(sqlite3* connection, const std::string& sql);
+    SqliteStatement(SqliteStatement&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    SqliteStatement& operator=(SqliteStatement&& other) noexcept
+    {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~SqliteStatement();
+
+    sqlite3_stmt* Handle() const { return handle_; }
+    /// To the next row; false at the end. @throws what a function or a virtual table raised
+    bool Step();
+    void Reset();
+
+private:
+    sqlite3_stmt* handle_ = nullptr;
+};
+
+/// An expression over the values of one row: Find criteria, rules, default values.
+class RowExpression
+{
+public:
+    RowExpression(sqlite3* connection, sql::RowTranslation translation, std::vector<sql::ValueType> types);
+    /// The columns whose values Evaluate wants, as positions in the row.
+    const std::vector<std::size_t>& Columns() const { return translation_.columns; }
+    /// @param values  one a column of Columns()
+    jet::Value Evaluate(std::span<const jet::Value> values);
+    /// True only for True; Null is not.
+    bool Holds(std::span<const jet::Value> values);
+
+private:
+    sql::RowTranslation translation_;
+    std::vector<sql::ValueType> types_;
+    SqliteStatement statement_;
+};
+
+/// One database's query processor: a private SQLite connection, made when first needed, in which each stored table that
+/// a statement names is a virtual table. Answers the dialect's questions about names, and opens the files behind IN.
+class QueryEngine : public sql::Schema, private TableNumbers
+{
+public:
+    explicit QueryEngine(DatabaseHandle& database) : database_(database) {}
+    ~QueryEngine() override;
+
+    /// While one lives, the tables of a statement stay open. The last one frees the files that stand behind IN.
+    class Scope
+    {
+    public:
+        explicit Scope(QueryEngine& engine) : engine_(engine) { ++engine_.scopes_; }
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+        ~Scope()
+        {
+            if (--engine_.scopes_ == 0) engine_.ReleaseTables();
+        }
+
+    private:
+        QueryEngine& engine_;
+    };
+
+    std::optional<sql::SchemaTable> Find(TextView name, const sql::Place& place) override;
+
+    DatabaseHandle& TheDatabase() { return database_; }
+    /// The database that a place means. The password of a file behind IN is the one given there, else that of the open
+    /// database on that path, else that of this database. @throws Error 3031, 3024, 3044 ...
+    std::shared_ptr<jet::Database> DatabaseAt(const sql::Place& place);
+    /// @throws Error 3078
+    TableRef Open(TextView table, const sql::Place& place);
+    std::optional<jet::Database::StoredQuery> FindQuery(TextView name, const sql::Place& place = {});
+
+    SqliteStatement Prepare(const std::string& sql);
+
+    /// @param row  columns that the expression may name
+    RowExpression Compile(const sql::ExpressionRef& expression, const std::vector<sql::OutputColumn>& row,
+                          bool condition);
+    /// The value of an expression without names, as DefaultValue has it.
+    jet::Value Evaluate(TextView expression);
+
+private:
+    struct Entry
+    {
+        Text path;  // "" is this database
+        Text name;
+        std::vector<std::pair<Text, bool>> columns;  // as declared: name, textual
+        std::shared_ptr<jet::Database> database;     // only while a scope lives
+        std::shared_ptr<jet::Table> table;
+        bool isDeclared = false;
+    };
+
+    std::shared_ptr<jet::Database> OpenForeign(const Text& path, const std::optional<Text>& password);
+    TableRef TableOf(int number) override;
+    std::uint16_t Langid() override;
+    sqlite3* Connection();
+    void Run(const std::string& sql);
+    int EntryOf(const Text& path, const std::shared_ptr<jet::Database>& database,
+                const std::shared_ptr<jet::Table>& table);
+    void Undeclare(std::size_t number);
+    void ReleaseTables();
+
+    DatabaseHandle& database_;
+    sqlite3* connection_ = nullptr;
+    std::vector<Entry> entries_;
+    std::unordered_map<Text, std::shared_ptr<jet::Database>, NameHash, NameEqual> foreign_;  // by full path
+    int scopes_ = 0;
+};
+
+/// True when both are open on the same file.
+bool SameFile(jet::Database& left, jet::Database& right);
+
+}  // namespace vmlib::engine

@@ -1,0 +1,41 @@
+#include "engine/RowSource.h"
+
+#include <atomic>
+
+#include "core/ByteOrder.h"
+
+namespace vmlib::engine {
+
+const jet::Row& RowReader::At(jet::RowPointer pointer)
+{
+    if (isRead_ && pointer == pointer_) return row_;
+    const jet::ReadScope reading(table_.database->GetPager());
+    isRead_ = false;
+    if (!table_.table->Fetch(pointer, row_)) throw Error(ErrorNumber::RecordDeleted);
+    pointer_ = pointer;
+    isRead_ = true;
+    return row_;
+}
+
+std::uint32_t NextSourceNumber()
+{
+    static std::atomic<std::uint32_t> last = 0;
+    return ++last;
+}
+
+Bytes MakeBookmark(std::uint32_t source, std::uint32_t place)
+{
+    Bytes bookmark(2 * sizeof source);
+    StoreLittle(bookmark.data(), source);
+    StoreLittle(bookmark.data() + sizeof source, place);
+    return bookmark;
+}
+
+std::uint32_t PlaceOf(const Bytes& bookmark, std::uint32_t source)
+{
+    if (bookmark.size() != 2 * sizeof source || LoadLittle<std::uint32_t>(bookmark.data()) != source)
+        throw Error(ErrorNumber::BadBookmark);
+    return LoadLittle<std::uint32_t>(bookmark.data() + sizeof source);
+}
+
+}  // namespace vmlib::engine
