@@ -1,0 +1,207 @@
+#include "component/AlgemeneLibrary.h"
+#include "component/Component.h"
+#include "component/VmdDbLibRoutines.h"
+#include "db/DocumentFixture.h"
+
+// The classes as a host sees them: by name, late bound.
+namespace vmlib::test {
+namespace {
+
+using testing::ElementsAre;
+
+std::string TypeName(VarType type)
+{
+    switch (type) {
+        case VarType::Integer:
+            return "Integer";
+        case VarType::Long:
+            return "Long";
+        case VarType::String:
+            return "String";
+        case VarType::Boolean:
+            return "Boolean";
+        case VarType::Object:
+            return "Object";
+        case VarType::Variant:
+            return "Variant";
+        case VarType::Empty:
+            return "";
+        default:
+            return "?";
+    }
+}
+
+/// "Name(ByRef a As String, [b As Variant]) As Long", one a member.
+std::vector<std::string> Signatures(const MemberTable& table)
+{
+    std::vector<std::string> lines;
+    for (const MemberInfo& member : table.Members()) {
+        std::string line = ToUtf8(member.name) + "(";
+        for (const ParameterInfo& parameter : member.parameters) {
+            if (!line.ends_with("(")) line += ", ";
+            const std::string text =
+                (parameter.byReference ? "" : "ByVal ") + ToUtf8(parameter.name) + " " + TypeName(parameter.type);
+            line += parameter.optional ? "[" + text + "]" : text;
+        }
+        lines.push_back(line + ") " + TypeName(member.result));
+    }
+    return lines;
+}
+
+TEST(MemberTables, AreWhatHostsWereWrittenFor)
+{
+    EXPECT_THAT(Signatures(VmdDbLibRoutines::Members()),
+                testing::UnorderedElementsAre(
+                    "DBL_GetDatabaseError(nErrorCode Integer) String", "DBL_InitPassWord() ",
+                    "DBL_GetRechten(sPadEnBestandNaam String) Integer",
+                    "DBL_OpenMdb(sDatabaseNaam String, bParExclusief Boolean, bReadOnly Boolean, bBepaalRechten "
+                    "Boolean, [varError Variant]) Object",
+                    "DBL_OpenDataControl(datControl Object, sDatabaseNaam String, bExclusief Boolean, bReadOnly "
+                    "Boolean, [varOptions Variant]) ",
+                    "DBL_SluitDataControl(datControl Object) ",
+                    "DBL_Ingebruik(sDatabaseNaam String, bWilSchrijven Boolean, nErrorCode Integer) Boolean",
+                    "DBL_BestandVrijgeven(sFilenaam String, nErrorCode Integer) Boolean",
+                    "DBL_CheckTmp(sFilenaam String, sBestandType String, sOrigineelBestand String) Boolean",
+                    "DBL_OpenDatabase(sFileIn String, sFileUit String, sBestandType String, sLayoutNaam String, "
+                    "nStatus Integer, nVersie Integer, "
+                    "nLayoutVersie Integer, nErrorCode Integer) Boolean",
+                    "DBL_OpslaanDatabase(sBronNaam String, sDoelNaam String, sLayoutBestand String, sBestandType "
+                    "String, nErrorCode Integer) Boolean",
+                    "DBL_GetVersieNummer(sFileType String, sLayoutNaam String) Integer",
+                    "DBL_MaakNieuweDatabase(sFilenaam String, sFileType String, sLayoutNaam String, nErrorCode "
+                    "Integer) Boolean",
+                    "DBL_AutoConvert2(db Object, sFileType String, sLayoutNaam String) ",
+                    "DBL_AutoConvertPakket(ConvertClass String) "));
+    EXPECT_THAT(Signatures(AlgemeneLibrary::Members()),
+                testing::UnorderedElementsAre(
+                    "VmdLib_TempPath() String", "VmdLib_TempFile(sNaam String, [Id Variant]) Long",
+                    "VmdLib_ExtractFileNaam(sSpecIn String, nBaseOnly Integer) String",
+                    "VmdLib_ExtractPad(sSpecIn String) String", "VmdLib_WriteTest(ByVal sDirectory String) Long",
+                    "VmdLib_LeesGebruiker() String"));
+}
+
+/// A data control that remembers what is set, in order.
+class DataControl : public Object
+{
+public:
+    Text TypeName() const override { return u"Data"; }
+    Variant Invoke(TextView member, InvokeKind kind, std::span<Variant> arguments) override
+    {
+        if (kind == InvokeKind::Put)
+            set.push_back(ToUtf8(member) + "=" + ToUtf8(ToText(arguments[0])));
+        else if (member == u"Database")
+            return shared_from_this();
+        else
+            set.push_back(ToUtf8(member));
+        return {};
+    }
+    std::vector<std::string> set;
+};
+
+class ComponentTest : public DocumentFixture
+{
+protected:
+    ComponentTest() { RegisterClasses(anna_.classes, anna_.platform); }
+    ObjectRef Create(TextView name) { return anna_.classes.Create(name); }
+};
+
+TEST_F(ComponentTest, RoadOfADocument)
+{
+    MakeLayout(3);
+    MakeDocument(document_);
+    const ObjectRef library = Create(u"VMLib.VmdDbLibRoutines");
+    Call(library, u"DBL_InitPassWord");
+    // As a script host passes them: variables that hold nothing yet, numbers as text.
+    Variant working, status, version = u"0", layoutVersion, code;
+    EXPECT_EQ(Call(library, u"dbl_opendatabase", document_, working, u"orders", layout_, status, version, layoutVersion,
+                   code),
+              Variant(true));
+    EXPECT_THAT((std::vector{status, version, layoutVersion, code}),
+                ElementsAre(Variant(std::int16_t{0}), Variant(std::int16_t{2}), Variant(std::int16_t{3}),
+                            Variant(std::int16_t{0})));
+    EXPECT_EQ(Customers(ToText(working)), customers_);
+    EXPECT_EQ(Call(library, u"DBL_OpenDatabase", document_, working, u"orders", layout_, status, version, layoutVersion,
+                   code),
+              Variant(false));
+    EXPECT_EQ(Call(library, u"DBL_GetDatabaseError", code), Variant(u"U heeft dit bestand al open."));
+    const ObjectRef another = Create(u"VmdDbLibRoutines");
+    Call(another, u"DBL_InitPassWord");
+    EXPECT_EQ(Call(another, u"DBL_BestandVrijgeven", document_, code), Variant(false))
+        << "each object has its own list";
+    EXPECT_EQ(code, Variant(std::int16_t{23}));
+    EXPECT_EQ(Call(library, u"DBL_BestandVrijgeven", document_, code), Variant(true));
+}
+
+TEST_F(ComponentTest, OpenMdbGivesTheEnginesDatabase)
+{
+    MakeDocument(document_);
+    const ObjectRef library = Create(u"VmdDbLibRoutines");
+    Variant error;
+    EXPECT_EQ(Call(library, u"DBL_OpenMdb", document_, false, false, false, error), Variant(ObjectRef()))
+        << "no password yet";
+    EXPECT_EQ(error, Variant(true));
+    Call(library, u"DBL_InitPassWord");
+    const ObjectRef database = ToObject(Call(library, u"DBL_OpenMdb", document_, false, false, false));
+    EXPECT_EQ(Get(database, u"Name"), Variant(document_));
+}
+
+TEST_F(ComponentTest, FilesWithAnotherPassword)
+{
+    RegisterClasses(anna_.classes, anna_.platform, u"");
+    MakeDocument(document_);
+    const ObjectRef library = Create(u"VmdDbLibRoutines");
+    Call(library, u"DBL_InitPassWord");
+    Variant error;
+    Call(library, u"DBL_OpenMdb", document_, false, false, false, error);
+    EXPECT_EQ(error, Variant(true)) << "the document has the library's own";
+}
+
+TEST_F(ComponentTest, ConversionGivesTheNewDatabaseBack)
+{
+    MakeLayout(3);
+    MakeDocument(document_);
+    const ObjectRef library = Create(u"VmdDbLibRoutines");
+    Call(library, u"DBL_InitPassWord");
+    Variant database = Call(library, u"DBL_OpenMdb", document_, false, false, false);
+    const ObjectRef before = ToObject(database);
+    Call(library, u"DBL_AutoConvert2", database, u"ORDERS", layout_);
+    EXPECT_NE(ToObject(database), before);
+    EXPECT_EQ(Get(ToObject(database), u"Name"), Variant(document_));
+    Call(ToObject(database), u"Close");
+    try {
+        Call(library, u"DBL_AutoConvert2", database, u"ORDERS", Path(u"Geen.ord"));
+        FAIL() << "an error goes to the caller";
+    } catch (const Error& error) {
+        EXPECT_NE(error.Number(), 0);
+    }
+}
+
+TEST_F(ComponentTest, DataControl)
+{
+    const ObjectRef library = Create(u"VmdDbLibRoutines");
+    auto control = std::make_shared<DataControl>();
+    Call(library, u"DBL_OpenDataControl", control, u"C:\\a.ord", true, false);
+    EXPECT_THAT(control->set, ElementsAre("DatabaseName=C:\\a.ord", "Exclusive=True", "ReadOnly=False"));
+    control->set.clear();
+    Call(library, u"DBL_InitPassWord");
+    Call(library, u"DBL_OpenDataControl", control, u"C:\\a.ord", false, true, std::int32_t{4});
+    EXPECT_THAT(control->set, ElementsAre("DatabaseName=C:\\a.ord", "Options=4", "Exclusive=False", "ReadOnly=True",
+                                          "Connect=;PWD=Zonnebloemen"));
+    control->set.clear();
+    Call(library, u"DBL_SluitDataControl", control);
+    EXPECT_THAT(control->set, ElementsAre("Close"));
+}
+
+TEST_F(ComponentTest, GeneralServices)
+{
+    const ObjectRef library = Create(u"AlgemeneLibrary");
+    Variant name;
+    EXPECT_GT(ToLong(Call(library, u"VmdLib_TempFile", name)), 0);
+    EXPECT_TRUE(real_.Exists(ToText(name)));
+    EXPECT_EQ(Call(library, u"VmdLib_ExtractFileNaam", u"C:\\a.b.c", true), Variant(u"a"));
+    EXPECT_EQ(Call(library, u"VmdLib_WriteTest", folder_.Path()), Variant(std::int32_t{-1}));
+    EXPECT_EQ(Call(library, u"VmdLib_LeesGebruiker"), Variant(u"anna"));
+}
+
+}  // namespace
+}  // namespace vmlib::test
