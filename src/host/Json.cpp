@@ -1,0 +1,450 @@
+#include "host/Json.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "automation/Convert.h"
+
+namespace vmlib::host {
+
+namespace {
+
+[[noreturn]] void Mismatch(std::string_view reason)
+{
+    throw Error(static_cast<std::int32_t>(ErrorNumber::TypeMismatch),
+                ErrorText(static_cast<std::int32_t>(ErrorNumber::TypeMismatch)) + u": " + FromUtf8(reason));
+}
+
+struct TypeName
+{
+    VarType type;
+    const char* name;
+};
+
+constexpr TypeName typeNames[] = {
+    {VarType::Integer, "Integer"}, {VarType::Long, "Long"},         {VarType::Single, "Single"},
+    {VarType::Double, "Double"},   {VarType::Currency, "Currency"}, {VarType::Date, "Date"},
+    {VarType::String, "String"},   {VarType::Object, "Object"},     {VarType::Error, "Error"},
+    {VarType::Boolean, "Boolean"}, {VarType::Decimal, "Decimal"},   {VarType::Byte, "Byte"},
+    {VarType::Empty, "Empty"},     {VarType::Null, "Null"},         {VarType::Variant, "Variant"},
+};
+
+const char* NameOf(VarType type)
+{
+    for (const TypeName& entry : typeNames)
+        if (entry.type == type) return entry.name;
+    return "Variant";
+}
+
+VarType TypeNamed(std::string_view name)
+{
+    for (const TypeName& entry : typeNames)
+        if (name == entry.name) return entry.type;
+    Mismatch("no type " + std::string(name));
+}
+
+Json Typed(const char* type, Json value)
+{
+    return {{"type", type}, {"value", std::move(value)}};
+}
+
+/// JSON has no infinity and no NaN.
+Json RealToJson(double value)
+{
+    if (std::isnan(value)) return "nan";
+    if (std::isinf(value)) return value > 0 ? "inf" : "-inf";
+    return value;
+}
+
+/// The double that prints as the shortest text of the single: 0.1, not 0.10000000149011612.
+Json RealToJson(float value)
+{
+    if (!std::isfinite(value)) return RealToJson(static_cast<double>(value));
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    double shortest = 0;
+    std::from_chars(digits, end, shortest);
+    return shortest;
+}
+
+double RealFromJson(const Json& json)
+{
+    if (json.is_number()) return json.get<double>();
+    if (json == "inf") return std::numeric_limits<double>::infinity();
+    if (json == "-inf") return -std::numeric_limits<double>::infinity();
+    if (json == "nan") return std::numeric_limits<double>::quiet_NaN();
+    Mismatch("a number is wanted, not " + json.dump());
+}
+
+template <class Integer>
+Integer IntegerFromJson(const Json& json)
+{
+    const bool isWhole = json.is_number_integer();
+    if (!isWhole) Mismatch("a whole number is wanted, not " + json.dump());
+    const bool tooLarge =
+        json.is_number_unsigned() &&
+        json.get<std::uint64_t>() > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    const std::int64_t value = tooLarge ? std::numeric_limits<std::int64_t>::max() : json.get<std::int64_t>();
+    if (value < std::numeric_limits<Integer>::min() || value > std::numeric_limits<Integer>::max())
+        throw Error(ErrorNumber::Overflow);
+    return static_cast<Integer>(value);
+}
+
+const std::string& TextOf(const Json& json)
+{
+    if (!json.is_string()) Mismatch("text is wanted, not " + json.dump());
+    return json.get_ref<const std::string&>();
+}
+
+std::string DecimalText(const DecimalNumber& number)
+{
+    std::uint32_t parts[3] = {number.high, number.middle, number.low};
+    std::string digits;
+    while (parts[0] | parts[1] | parts[2]) {
+        std::uint64_t remainder = 0;
+        for (std::uint32_t& part : parts) {
+            const std::uint64_t dividend = remainder << 32 | part;
+            part = static_cast<std::uint32_t>(dividend / 10);
+            remainder = dividend % 10;
+        }
+        digits.insert(digits.begin(), static_cast<char>('0' + remainder));
+    }
+    if (digits.size() <= number.scale) digits.insert(0, number.scale + 1u - digits.size(), '0');
+    if (number.scale > 0) digits.insert(digits.size() - number.scale, ".");
+    return number.negative ? "-" + digits : digits;
+}
+
+DecimalNumber DecimalFromText(std::string_view text)
+{
+    DecimalNumber number;
+    number.negative = text.starts_with('-');
+    bool behindPoint = false, hasDigit = false;
+    for (const char c : text.substr(number.negative ? 1 : 0)) {
+        if (c == '.' && !behindPoint) {
+            behindPoint = true;
+            continue;
+        }
+        if (c < '0' || c > '9') Mismatch("no decimal number: " + std::string(text));
+        hasDigit = true;
+        if (behindPoint && ++number.scale > 28) throw Error(ErrorNumber::Overflow);
+        std::uint64_t carry = static_cast<std::uint64_t>(c - '0');
+        for (std::uint32_t* part : {&number.low, &number.middle, &number.high}) {
+            carry += static_cast<std::uint64_t>(*part) * 10;
+            *part = static_cast<std::uint32_t>(carry);
+            carry >>= 32;
+        }
+        if (carry) throw Error(ErrorNumber::Overflow);
+    }
+    if (!hasDigit) Mismatch("no decimal number: " + std::string(text));
+    return number;
+}
+
+Json DateToJson(Date date)
+{
+    Json json = Typed("Date", RealToJson(date.serial));
+    try {
+        json["text"] = IsoDate(date);
+    } catch (const Error&) {
+        // A serial outside the calendar has no text.
+    }
+    return json;
+}
+
+Json ArrayToJson(const Array& array, ObjectNames& objects, StringForm strings)
+{
+    Json json = {{"type", "Array"}};
+    if (array.ItemType() != VarType::Variant) json["of"] = NameOf(array.ItemType());
+    const auto& dimensions = array.Dimensions();
+    if (dimensions.size() != 1 || dimensions[0].lower != 0) {
+        Json bounds = Json::array();
+        for (const auto& dimension : dimensions)
+            bounds.push_back({{"lower", dimension.lower}, {"count", dimension.count}});
+        json["dimensions"] = std::move(bounds);
+    }
+    Json items = Json::array();
+    for (const Variant& item : array.Items()) items.push_back(ToJson(item, objects, strings));
+    json["items"] = std::move(items);
+    return json;
+}
+
+std::vector<Array::Dimension> DimensionsFromJson(const Json& json, std::size_t itemCount)
+{
+    if (!json.contains("dimensions")) return {{0, static_cast<std::int32_t>(itemCount)}};
+    std::vector<Array::Dimension> dimensions;
+    std::uint64_t count = 1;
+    for (const Json& bounds : json["dimensions"]) {
+        const auto size = IntegerFromJson<std::int32_t>(bounds.value("count", Json()));
+        if (size < 0 || (count *= static_cast<std::uint64_t>(size)) > itemCount)
+            Mismatch("dimensions do not fit the items");
+        dimensions.push_back({bounds.contains("lower") ? IntegerFromJson<std::int32_t>(bounds["lower"]) : 0, size});
+    }
+    if (dimensions.empty() || count != itemCount) Mismatch("dimensions do not fit the items");
+    return dimensions;
+}
+
+Variant ArrayFromJson(const Json& json, ObjectNames& objects)
+{
+    if (!json.contains("items") || !json["items"].is_array()) Mismatch("an Array has items");
+    const VarType of = json.contains("of") ? TypeNamed(TextOf(json["of"])) : VarType::Variant;
+    std::vector<Variant> items;
+    for (const Json& item : json["items"]) {
+        const Variant value = FromJson(item, objects);
+        items.push_back(of == VarType::Variant ? value : Coerce(value, of));
+    }
+    auto dimensions = DimensionsFromJson(json, items.size());
+    const bool isPlain = dimensions.size() == 1 && dimensions[0].lower == 0;
+    if (of != VarType::Byte || !isPlain) return Array(of, std::move(dimensions), std::move(items));
+    Bytes bytes;
+    for (const Variant& item : items) bytes.push_back(item.As<std::uint8_t>());
+    return Array(std::move(bytes));
+}
+
+Variant ObjectFromJson(const Json& json, ObjectNames& objects)
+{
+    const Json id = json.value("id", Json());
+    if (id.is_number_integer() && id == 0) return ObjectRef();
+    return objects.Named(json);
+}
+
+Variant TypedFromJson(const Json& json, ObjectNames& objects)
+{
+    if (!json.contains("type")) Mismatch("a value has a type: " + json.dump());
+    const std::string& type = TextOf(json["type"]);
+    if (type == "Empty") return {};
+    if (type == "Null") return Null{};
+    if (type == "Missing") return Variant::Missing();
+    if (type == "Object") return ObjectFromJson(json, objects);
+    if (type == "Array") return ArrayFromJson(json, objects);
+    if (type == "Date" && !json.contains("value") && json.contains("text")) return FromIsoDate(TextOf(json["text"]));
+    if (!json.contains("value")) Mismatch("a " + type + " has a value");
+    const Json& value = json["value"];
+    if (type == "Bytes") {
+        const auto bytes = FromHex(TextOf(value));
+        if (!bytes) Mismatch("hexadecimal digits are wanted, not " + value.dump());
+        return FromAnsi(*bytes);
+    }
+    switch (TypeNamed(type)) {
+        case VarType::Byte:
+            return IntegerFromJson<std::uint8_t>(value);
+        case VarType::Integer:
+            return IntegerFromJson<std::int16_t>(value);
+        case VarType::Long:
+            return IntegerFromJson<std::int32_t>(value);
+        case VarType::Single:
+            return static_cast<float>(RealFromJson(value));
+        case VarType::Double:
+            return RealFromJson(value);
+        case VarType::Currency:
+            return value.is_number() ? NumberToCurrency(value.get<double>()) : FromCurrencyText(TextOf(value));
+        case VarType::Decimal:
+            return DecimalFromText(TextOf(value));
+        case VarType::Date:
+            return Date{RealFromJson(value)};
+        case VarType::String:
+            return FromUtf8(TextOf(value));
+        case VarType::Boolean:
+            if (!value.is_boolean()) Mismatch("true or false is wanted, not " + value.dump());
+            return value.get<bool>();
+        case VarType::Error:
+            return ErrorCode{IntegerFromJson<std::uint32_t>(value)};
+        default:
+            Mismatch("no value of type " + type);
+    }
+}
+
+Json BytesToJson(const Array& array)
+{
+    const Bytes& bytes = array.AsBytes();
+    return ToHex({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+}  // namespace
+
+Json ToJson(const Variant& value, ObjectNames& objects, StringForm strings)
+{
+    switch (value.Type()) {
+        case VarType::Empty:
+            return {{"type", "Empty"}};
+        case VarType::Null:
+            return {{"type", "Null"}};
+        case VarType::Boolean:
+            return value.As<bool>();
+        case VarType::Byte:
+            return Typed("Byte", value.As<std::uint8_t>());
+        case VarType::Integer:
+            return Typed("Integer", value.As<std::int16_t>());
+        case VarType::Long:
+            return Typed("Long", value.As<std::int32_t>());
+        case VarType::Single:
+            return Typed("Single", RealToJson(value.As<float>()));
+        case VarType::Double:
+            return Typed("Double", RealToJson(value.As<double>()));
+        case VarType::Currency:
+            return Typed("Currency", CurrencyText(value.As<Currency>()));
+        case VarType::Decimal:
+            return Typed("Decimal", DecimalText(value.As<DecimalNumber>()));
+        case VarType::Date:
+            return DateToJson(value.As<Date>());
+        case VarType::String:
+            if (strings == StringForm::Bytes) return Typed("Bytes", ToHex(ToAnsi(value.As<Text>())));
+            return ToUtf8(value.As<Text>());
+        case VarType::Object:
+            if (!value.As<ObjectRef>()) return {{"type", "Object"}, {"id", 0}};
+            return objects.NameOf(value.As<ObjectRef>());
+        case VarType::Error:
+            if (value.IsMissing()) return {{"type", "Missing"}};
+            return Typed("Error", value.As<ErrorCode>().code);
+        default:
+            return ArrayToJson(value.AsArray(), objects, strings);
+    }
+}
+
+Variant FromJson(const Json& json, ObjectNames& objects)
+{
+    if (json.is_string()) return FromUtf8(json.get_ref<const std::string&>());
+    if (json.is_boolean()) return json.get<bool>();
+    if (json.is_null()) return Null{};
+    if (json.is_object()) return TypedFromJson(json, objects);
+    if (!json.is_number()) Mismatch("no value: " + json.dump());
+    const double number = json.get<double>();
+    const bool fits = json.is_number_integer() && number >= std::numeric_limits<std::int32_t>::min() &&
+                      number <= std::numeric_limits<std::int32_t>::max();
+    return fits ? Variant(json.get<std::int32_t>()) : Variant(number);
+}
+
+Json FieldToJson(const Variant& value, bool isGuid)
+{
+    switch (value.Type()) {
+        case VarType::Empty:
+        case VarType::Null:
+            return nullptr;
+        case VarType::Boolean:
+            return value.As<bool>();
+        case VarType::Byte:
+            return value.As<std::uint8_t>();
+        case VarType::Integer:
+            return value.As<std::int16_t>();
+        case VarType::Long:
+            return value.As<std::int32_t>();
+        case VarType::Single:
+            return RealToJson(value.As<float>());
+        case VarType::Double:
+            return RealToJson(value.As<double>());
+        case VarType::Currency:
+            return CurrencyText(value.As<Currency>());
+        case VarType::Decimal:
+            return DecimalText(value.As<DecimalNumber>());
+        case VarType::Date:
+            return IsoDate(value.As<Date>());
+        case VarType::String:
+            break;
+        default:
+            if (value.IsArray() && value.AsArray().HoldsBytes()) return BytesToJson(value.AsArray());
+            Mismatch("a field holds no such value");
+    }
+    // The engine writes {guid {...}}.
+    TextView text = value.As<Text>();
+    if (isGuid && StartsWithIgnoringCase(text, u"{guid {") && text.ends_with(u"}}"))
+        text = text.substr(6, text.size() - 7);
+    return ToUtf8(text);
+}
+
+std::string FieldToText(const Variant& value, bool isGuid, std::string_view whenNull)
+{
+    const Json json = FieldToJson(value, isGuid);
+    if (json.is_null()) return std::string(whenNull);
+    return json.is_string() ? json.get<std::string>() : json.dump();
+}
+
+std::string IsoDate(Date date)
+{
+    const CalendarDate parts = SplitDate(date);
+    char text[32];
+    int length = std::snprintf(text, sizeof text, "%04d-%02d-%02d", parts.year, parts.month, parts.day);
+    if (parts.hour || parts.minute || parts.second)
+        length += std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length), "T%02d:%02d:%02d",
+                                parts.hour, parts.minute, parts.second);
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
+Date FromIsoDate(std::string_view text)
+{
+    constexpr std::string_view form = "0000-00-00T00:00:00";
+    bool fits = text.size() == 10 || text.size() == form.size();
+    for (std::size_t i = 0; fits && i < text.size(); ++i)
+        fits = form[i] == '0' ? text[i] >= '0' && text[i] <= '9' : text[i] == form[i];
+    if (!fits) Mismatch("a date is written 2024-03-05 or 2024-03-05T06:00:00, not " + std::string(text));
+    const auto number = [&](std::size_t at, std::size_t count) {
+        std::int16_t value = 0;
+        if (at < text.size()) std::from_chars(text.data() + at, text.data() + at + count, value);
+        return value;
+    };
+    const std::int16_t year = number(0, 4), month = number(5, 2), day = number(8, 2);
+    const std::int16_t hour = number(11, 2), minute = number(14, 2), second = number(17, 2);
+    if (year < 100) throw Error(ErrorNumber::Overflow);
+    const Date date = DateSerial(year, month, day);
+    const CalendarDate back = SplitDate(date);
+    if (back.month != month || back.day != day || hour > 23 || minute > 59 || second > 59)
+        Mismatch("no such moment: " + std::string(text));
+    const double time = TimeSerial(hour, minute, second).serial;
+    return Date{date.serial < 0 ? date.serial - time : date.serial + time};
+}
+
+std::string ToHex(std::string_view bytes)
+{
+    constexpr char digits[] = "0123456789ABCDEF";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
+std::optional<std::string> FromHex(std::string_view digits)
+{
+    if (digits.size() % 2 != 0) return std::nullopt;
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        unsigned char byte = 0;
+        const auto [end, error] = std::from_chars(digits.data() + i, digits.data() + i + 2, byte, 16);
+        if (error != std::errc() || end != digits.data() + i + 2) return std::nullopt;
+        bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+std::string CurrencyText(Currency value)
+{
+    DecimalNumber number;
+    number.negative = value.units < 0;
+    const auto magnitude =
+        number.negative ? 0 - static_cast<std::uint64_t>(value.units) : static_cast<std::uint64_t>(value.units);
+    number.middle = static_cast<std::uint32_t>(magnitude >> 32);
+    number.low = static_cast<std::uint32_t>(magnitude);
+    number.scale = 4;
+    std::string text = DecimalText(number);
+    while (text.back() == '0') text.pop_back();
+    if (text.back() == '.') text.pop_back();
+    return text;
+}
+
+Currency FromCurrencyText(std::string_view text)
+{
+    DecimalNumber number = DecimalFromText(text);
+    if (number.scale > 4) Mismatch("Currency has four decimals: " + std::string(text));
+    std::uint64_t magnitude = static_cast<std::uint64_t>(number.middle) << 32 | number.low;
+    bool overflow = number.high != 0;
+    for (; number.scale < 4; ++number.scale) {
+        overflow = overflow || magnitude > std::numeric_limits<std::uint64_t>::max() / 10;
+        magnitude *= 10;
+    }
+    const auto limit = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    if (overflow || magnitude > limit + (number.negative ? 1 : 0)) throw Error(ErrorNumber::Overflow);
+    return Currency{static_cast<std::int64_t>(number.negative ? 0 - magnitude : magnitude)};
+}
+
+}  // namespace vmlib::host
