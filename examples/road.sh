@@ -58,7 +58,7 @@ rm "$working"
 
 step "What the document holds now"
 vmlib query Bakker.ord "SELECT Klanten.Bedrijfsnaam, Orders.OrderNr, Sum(Orderregels.Aantal * Orderregels.Prijs) AS Bedrag FROM (Klanten INNER JOIN Orders ON Klanten.KlantNr = Orders.KlantNr) INNER JOIN Orderregels ON Orders.OrderNr = Orderregels.OrderNr GROUP BY Klanten.Bedrijfsnaam, Orders.OrderNr ORDER BY Orders.OrderNr"
-vmlib query Bakker.ord "SELECT ArtikelNr, Omschrijving, Len(Foto) AS Bytes FROM Artikelen ORDER BY ArtikelNr"
+vmlib query Bakker.ord "SELECT ArtikelNr, Omschrijving, IIf(IsNull(Foto), 'geen', 'aanwezig') AS Plaatje FROM Artikelen ORDER BY ArtikelNr"
 vmlib status Bakker.ord
 check Bakker.ord Layout.ord
 [ -z "$(ls -A "$TMPDIR")" ] || { echo "left in the temporary folder: $(ls -A "$TMPDIR")"; exit 1; }

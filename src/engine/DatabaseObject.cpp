@@ -37,6 +37,7 @@ const MemberTable& DatabaseObject::Members()
             .Property<&DatabaseObject::Transactions>(u"Transactions")
             .Property<&DatabaseObject::CollatingOrder>(u"CollatingOrder")
             .Property<&DatabaseObject::RecordsAffected>(u"RecordsAffected")
+            .Property<&DatabaseObject::RecordsLeftOut>(u"RecordsLeftOut")
             .Property<&DatabaseObject::QueryTimeout>(u"QueryTimeout")
             .DefaultProperty<&DatabaseObject::TheTableDefs>(u"TableDefs", {u"Item"})
             .Property<&DatabaseObject::TheQueryDefs>(u"QueryDefs", {u"Item"})
@@ -110,7 +111,10 @@ void DatabaseObject::Execute(const Text& query, Optional options)
     const auto stored = database_->Queries().FindQuery(query);
     const sql::Statement statement = sql::Parse(stored ? QueryText(*stored) : query);
     recordsAffected_ = 0;
-    recordsAffected_ = StatementRunner(*database_, {}, stopAtError).Run(statement);
+    recordsLeftOut_ = 0;
+    StatementRunner runner(*database_, {}, stopAtError);
+    recordsAffected_ = runner.Run(statement);
+    recordsLeftOut_ = runner.LeftOut();
 }
 
 std::shared_ptr<TableDefObject> DatabaseObject::CreateTableDef(std::optional<Text> name,

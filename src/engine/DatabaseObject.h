@@ -36,6 +36,8 @@ public:
     bool Updatable() { return database_->Storage(), !database_->IsReadOnly(); }
     bool Transactions() { return database_->Storage(), true; }
     std::int32_t CollatingOrder();
+    /// Rows that the last Execute without option 128 dropped; this engine's own member.
+    std::int32_t RecordsLeftOut() const { return recordsLeftOut_; }
     std::int32_t RecordsAffected() { return database_->Storage(), recordsAffected_; }
     std::int16_t QueryTimeout() const { return 60; }
 
@@ -67,6 +69,7 @@ private:
     std::shared_ptr<QueryDefs> queryDefs_;
     std::shared_ptr<Relations> relations_;
     std::int32_t recordsAffected_ = 0;
+    std::int32_t recordsLeftOut_ = 0;
 };
 
 }  // namespace vmlib::engine

@@ -120,7 +120,9 @@ void DatabaseHandle::Remember(const std::shared_ptr<Cursor>& cursor)
 
 std::vector<std::shared_ptr<Cursor>> DatabaseHandle::Cursors()
 {
-    return Living(cursors_);
+    auto cursors = Living(cursors_);
+    std::erase_if(cursors, [](const auto& cursor) { return !cursor->IsOpen(); });
+    return cursors;
 }
 
 }  // namespace vmlib::engine

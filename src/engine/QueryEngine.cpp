@@ -77,11 +77,11 @@ jet::Value RowExpression::Evaluate(std::span<const jet::Value> values)
     return result;
 }
 
-bool RowExpression::Holds(std::span<const jet::Value> values)
+std::optional<bool> RowExpression::Truth(std::span<const jet::Value> values)
 {
     const jet::Value result = Evaluate(values);
-    const auto* truth = std::get_if<bool>(&result);
-    if (truth) return *truth;
+    if (jet::IsNull(result)) return std::nullopt;
+    if (const auto* truth = std::get_if<bool>(&result)) return *truth;
     const auto* number = std::get_if<std::int32_t>(&result);
     return number && *number != 0;
 }

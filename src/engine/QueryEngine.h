@@ -43,8 +43,10 @@ public:
     const std::vector<std::size_t>& Columns() const { return translation_.columns; }
     /// @param values  one a column of Columns()
     jet::Value Evaluate(std::span<const jet::Value> values);
+    /// Of a condition: no value for Null.
+    std::optional<bool> Truth(std::span<const jet::Value> values);
     /// True only for True; Null is not.
-    bool Holds(std::span<const jet::Value> values);
+    bool Holds(std::span<const jet::Value> values) { return Truth(values).value_or(false); }
 
 private:
     sql::RowTranslation translation_;

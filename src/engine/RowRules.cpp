@@ -70,10 +70,7 @@ void RowRules::CheckRule(Rule& rule, const jet::Row& row)
         rule.expression.emplace(engine_.Compile(sql::ParseFieldRule(rule.rule, column.name), {field}, true));
     }
     const std::vector<jet::Value> values(rule.expression->Columns().size(), row[rule.column]);
-    const jet::Value result = rule.expression->Evaluate(values);
-    if (jet::IsNull(result)) return;  // only False refuses a value
-    if (const auto* truth = std::get_if<bool>(&result); truth && *truth) return;
-    if (const auto* number = std::get_if<std::int32_t>(&result); number && *number != 0) return;
+    if (rule.expression->Truth(values).value_or(true)) return;  // only False refuses a value
     if (!rule.text.empty()) throw Error(static_cast<std::int32_t>(ErrorNumber::RuleViolated), rule.text);
     throw Error(ErrorNumber::RuleViolated, {table_.name + u"." + column.name, rule.rule});
 }

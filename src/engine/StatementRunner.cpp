@@ -80,6 +80,7 @@ bool StatementRunner::TryRow(jet::Database& storage, bool takeBack, const Change
     } catch (const Error& error) {
         if (!IsTroubleOfARow(error)) throw;
         if (stopAtError_) stopped_ = error;
+        ++leftOut_;
         return false;
     }
 }

@@ -14,14 +14,19 @@ namespace vmlib::engine {
 class StatementRunner
 {
 public:
-    StatementRunner(DatabaseHandle& database, const Parameters& parameters, bool stopAtError)
-        : database_(database), engine_(database.Queries()), parameters_(parameters), stopAtError_(stopAtError)
+    StatementRunner(DatabaseHandle& database, Parameters parameters, bool stopAtError)
+        : database_(database),
+          engine_(database.Queries()),
+          parameters_(std::move(parameters)),
+          stopAtError_(stopAtError)
     {
     }
 
     /// @return the number of rows stored, changed or deleted
     /// @throws Error 3065 for a SELECT
     std::int32_t Run(const sql::Statement& statement);
+    /// Rows that the last statement dropped.
+    std::int32_t LeftOut() const { return leftOut_; }
 
 private:
     struct PendingRow
@@ -51,9 +56,10 @@ private:
 
     DatabaseHandle& database_;
     QueryEngine& engine_;
-    const Parameters& parameters_;
+    Parameters parameters_;
     bool stopAtError_;
     std::optional<Error> stopped_;
+    std::int32_t leftOut_ = 0;
 };
 
 /// CREATE TABLE, CREATE INDEX, ALTER TABLE, DROP. @throws Error 3370 for a file that is read only, and what changing

@@ -156,7 +156,7 @@ void PlanAccess(const jet::TableDefinition& table, std::uint16_t langid, sqlite3
     info.needToFreeIdxStr = 1;
     info.estimatedCost = bestCost;
     info.estimatedRows = static_cast<sqlite3_int64>(std::max(1.0, best.rows));
-    if (best.plan.kind == AccessPlan::Kind::Pointer || best.rows == 1) info.idxFlags = SQLITE_INDEX_SCAN_UNIQUE;
+    if (best.plan.kind == AccessPlan::Kind::Pointer) info.idxFlags = SQLITE_INDEX_SCAN_UNIQUE;
 }
 
 void TableReader::Start(const AccessPlan& plan, std::span<sqlite3_value*> arguments)

@@ -354,7 +354,9 @@ std::string FieldToText(const Variant& value, bool isGuid, std::string_view when
 {
     const Json json = FieldToJson(value, isGuid);
     if (json.is_null()) return std::string(whenNull);
-    return json.is_string() ? json.get<std::string>() : json.dump();
+    std::string text = json.is_string() ? json.get<std::string>() : json.dump();
+    if (json.is_number_float() && text.ends_with(".0")) text.resize(text.size() - 2);
+    return text;
 }
 
 std::string IsoDate(Date date)

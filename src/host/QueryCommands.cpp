@@ -1,10 +1,10 @@
 #include <ostream>
 #include <set>
-#include <sstream>
 
 #include "automation/Convert.h"
 #include "automation/ResumeNext.h"
 #include "host/CommandLine.h"
+#include "host/FileStream.h"
 #include "host/Rows.h"
 
 // query, export: rows of a file.
@@ -124,12 +124,10 @@ void ExportAll(Session& session, const ObjectRef& database, RowForm form, const 
     std::set<Text> taken;
     for (const Text& table : tables.names) {
         const Text path = folder + u"\\" + FileName(table, taken, form == RowForm::Json ? u".json" : u".csv");
-        std::ostringstream text;
-        ExportTable(database, table, form, text);
-        const std::string bytes = text.str();
-        const auto file =
-            files.Open(path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateOrTruncate});
-        file->WriteAt(0, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+        FileStream out(
+            files.Open(path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateOrTruncate}));
+        ExportTable(database, table, form, out);
+        out.Close();
         session.err << session.Native(path) << "\n";
     }
     for (const Text& table : tables.linked) session.err << "linked table left out: " << Printable(table) << "\n";

@@ -143,8 +143,7 @@ ObjectRef RpcBridge::ClientObjectNamed(const Json& name)
 Json RpcBridge::Handle(const std::string& method, const Json& params)
 {
     if (method == "create") return CreateObject(params);
-    if (method == "call" || method == "get")
-        return Invoke(params);
+    if (method == "call" || method == "get") return Invoke(params);
     if (method == "set") return SetProperty(params);
     if (method == "release") return Release(params);
     if (method == "register") return RegisterClass(params);

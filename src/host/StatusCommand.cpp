@@ -58,10 +58,18 @@ void PrintStatus(Session& session, const std::string& document)
 {
     const Text path = session.PathText(document);
     const auto leftovers = FindLeftovers(session, path);
-    const InfoRecord info = ReadInfo(session, path);
+    const auto print = session.options.json ? PrintJson : PrintText;
     const auto facts = session.platform.files.Facts(path);
     const Date modified = facts ? facts->modified : Date{};
-    (session.options.json ? PrintJson : PrintText)(session, document, info, modified, leftovers);
+    InfoRecord info;
+    try {
+        info = ReadInfo(session, path);
+    } catch (const Error&) {
+        // A document that cannot be read is when one most wants to know what else there is.
+        if (!leftovers.empty()) print(session, document, info, modified, leftovers);
+        throw;
+    }
+    print(session, document, info, modified, leftovers);
 }
 
 int Status(Session& session, const std::vector<std::string>& documents)

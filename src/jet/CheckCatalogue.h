@@ -43,8 +43,13 @@ private:
     void CheckRelation(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows);
     void CheckRelationIndexes(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows,
                               const TableCheck& foreign, const TableCheck& parent);
-    void CheckRelationColumns(const std::string& name, const TableCheck& table, const IndexDefinition& index,
-                              const TableCheck& source, const std::vector<const Row*>& rows, TextView nameColumn);
+    struct IndexOfTable
+    {
+        const TableDefinition& table;
+        const IndexDefinition& index;
+    };
+    void CheckRelationColumns(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows, const IndexOfTable& own,
+                              const IndexOfTable& other);
 
     Pager& pager_;
     CheckFindings& findings_;

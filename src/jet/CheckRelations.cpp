@@ -118,21 +118,25 @@ void CatalogueCheck::CheckRelationIndexes(const std::string& name, const TableCh
         }
     }
     if (!parent.Definition().TreeOf(*other).unique) findings_.Fault(name + ": the index of " + parent.Name() + " is not unique");
-    CheckRelationColumns(name, foreign, *own, source, rows, u"szColumn");
-    CheckRelationColumns(name, parent, *other, source, rows, u"szReferencedColumn");
+    CheckRelationColumns(name, source, rows, {foreign.Definition(), *own}, {parent.Definition(), *other});
 }
 
-void CatalogueCheck::CheckRelationColumns(const std::string& name, const TableCheck& table, const IndexDefinition& index,
-                                          const TableCheck& source, const std::vector<const Row*>& rows, TextView nameColumn)
+/// Column by column the two trees pair the fields that the rows pair; in which order is the parent's index's business.
+void CatalogueCheck::CheckRelationColumns(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows,
+                                          const IndexOfTable& own, const IndexOfTable& other)
 {
-    const TableDefinition& definition = table.Definition();
-    const TreeDefinition& tree = definition.TreeOf(index);
-    bool same = tree.columns.size() == rows.size();
-    for (std::size_t i = 0; same && i < rows.size(); ++i) {
-        const auto column = definition.ColumnNumbered(tree.columns[i].column);
-        same = column && EqualIgnoringCase(definition.columns[*column].name, TextOf(source, *rows[i], nameColumn));
+    std::set<std::pair<Text, Text>> wanted;
+    for (const Row* row : rows) {
+        wanted.emplace(UpperCase(TextOf(source, *row, u"szColumn")), UpperCase(TextOf(source, *row, u"szReferencedColumn")));
     }
-    if (!same) findings_.Fault(name + ": the index of " + table.Name() + " has other columns");
+    const auto columnName = [](const IndexOfTable& side, std::size_t i) {
+        const auto position = side.table.ColumnNumbered(side.table.TreeOf(side.index).columns[i].column);
+        return position ? UpperCase(side.table.columns[*position].name) : Text();
+    };
+    const std::size_t count = own.table.TreeOf(own.index).columns.size();
+    bool same = count == rows.size() && count == other.table.TreeOf(other.index).columns.size();
+    for (std::size_t i = 0; same && i < count; ++i) same = wanted.contains({columnName(own, i), columnName(other, i)});
+    if (!same) findings_.Fault(name + ": its indexes are over other columns");
 }
 
 void CatalogueCheck::CollectNeededKeys()

@@ -31,6 +31,7 @@ FilePager::FilePager(Files& files, std::unique_ptr<OpenFile> file, PagerOptions 
 FilePager::~FilePager()
 {
     while (!levels_.empty()) RollbackUnit();
+    DeleteIdleJournal();
 }
 
 void FilePager::RequireSound() const

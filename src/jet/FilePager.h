@@ -97,6 +97,8 @@ private:
     void Remember(Frame& page);
     void KeepBeforeImage(const Frame& page);
     void StartJournal();
+    void PutJournalAway() noexcept;
+    void DeleteIdleJournal() noexcept;
     void StampCommitWord();
     void BeginOverwriting();
     void MergeIntoParent();
@@ -122,7 +124,8 @@ private:
     PageCache cache_;
     ImageStore images_;
     std::vector<Level> levels_;
-    std::unique_ptr<Journal> journal_;
+    std::unique_ptr<Journal> journal_;      // of the running unit
+    std::unique_ptr<Journal> idleJournal_;  // of an exclusive opener, between two units
 
     PageNumber pageCount_ = 0;
     CommitWords knownWords_{};    // as of the pages in memory

@@ -123,6 +123,7 @@ void FilePager::Reopen(const Opener& open, bool readOnly, bool shared)
     assert(levels_.empty() && readDepth_ == 0);
     RequireSound();
     Settle();
+    DeleteIdleJournal();
     const FileIdentity identity = file_.Port().Identity();
     std::unique_ptr<OpenFile> next;
     if (shared && options_.shared) {

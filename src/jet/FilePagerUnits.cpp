@@ -70,7 +70,7 @@ void FilePager::FinishCommit()
         for (Frame* page : cache_.Dirty()) page->dirty = false;
         std::copy_n(Load(0)->bytes.data() + commitWordsAt, knownWords_.size(), knownWords_.begin());
         knownSize_ = preparedSize_;
-        journal_->Delete();
+        PutJournalAway();
     }
     EndOutermost();
     if (settleWanted_) Settle();
@@ -167,13 +167,37 @@ void FilePager::KeepBeforeImage(const Frame& page)
 // Journals of this file were settled when it was opened or locked; what is still there belongs to another file.
 void FilePager::StartJournal()
 {
-    const Text& path = file_.Port().Path();
-    const Text journalPath = Journal::PathFor(path);
-    if (files_.Exists(journalPath)) MoveJournalAside(files_, path);
-    journal_ = std::make_unique<Journal>(files_, journalPath, JournalHeader::Of(file_));
+    const JournalHeader about = JournalHeader::Of(file_);
+    if (idleJournal_ != nullptr && idleJournal_->CanRestart()) {
+        idleJournal_->Restart(about);
+        journal_ = std::move(idleJournal_);
+    } else {
+        idleJournal_.reset();
+        const Text& path = file_.Port().Path();
+        const Text journalPath = Journal::PathFor(path);
+        if (files_.Exists(journalPath)) MoveJournalAside(files_, path);
+        journal_ = std::make_unique<Journal>(files_, journalPath, about);
+    }
     std::array<std::uint8_t, pageSize> header;
     file_.Read(0, header);
     journal_->Append(0, header);  // every commit changes the commit word
+}
+
+// An exclusive opener keeps the file for its next unit, which saves making and deleting a name each time; nobody else looks at it meanwhile.
+void FilePager::PutJournalAway() noexcept
+{
+    if (!options_.shared && journal_->CanRestart()) {
+        idleJournal_ = std::move(journal_);
+    } else {
+        journal_->Delete();
+        journal_.reset();
+    }
+}
+
+void FilePager::DeleteIdleJournal() noexcept
+{
+    if (idleJournal_ != nullptr) idleJournal_->Delete();
+    idleJournal_.reset();
 }
 
 void FilePager::StampCommitWord()
@@ -250,7 +274,7 @@ void FilePager::RollbackJournalled() noexcept
     } catch (...) {
         failed_ = true;
     }
-    if (journal_ != nullptr && !(failed_ && overwriting_)) journal_->Delete();
+    if (journal_ != nullptr && !(failed_ && overwriting_)) PutJournalAway();
     journal_.reset();
     overwriting_ = prepared_ = false;
 }

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <random>
+#include <utility>
 
 #include "core/ByteOrder.h"
 #include "jet/StorageError.h"
@@ -18,6 +19,7 @@ constexpr std::size_t samplesAt = 36;
 constexpr std::size_t greatestSampleCount = 32;
 constexpr std::uint64_t recordsAt = headerSize;
 constexpr std::size_t recordSize = 8 + pageSize;
+constexpr std::uint64_t greatestKeptSize = 1 << 20;  // of a journal that waits for the next unit
 constexpr std::size_t bufferLimit = 32 * recordSize;
 
 using Record = std::array<std::uint8_t, recordSize>;
@@ -220,10 +222,38 @@ void Journal::Append(PageNumber page, std::span<const std::uint8_t, pageSize> be
     synced_ = false;
 }
 
+template <class Step>
+void Journal::Attempt(Step step)
+{
+    const bool wasSound = std::exchange(sound_, false);
+    OnDisk(step);
+    sound_ = wasSound;
+}
+
+bool Journal::CanRestart() noexcept
+{
+    if (!sound_ || written_ > greatestKeptSize) return false;
+    try {
+        const auto facts = files_.Facts(path_);
+        return facts && facts->identity == file_->Identity();
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+void Journal::Restart(const JournalHeader& header)
+{
+    header_ = header;
+    held_.clear();
+    buffer_.clear();
+    written_ = recordsAt;
+    headerWritten_ = synced_ = false;
+}
+
 void Journal::Flush()
 {
     if (buffer_.empty()) return;
-    OnDisk([&] { file_->WriteAt(written_, buffer_); });
+    Attempt([&] { file_->WriteAt(written_, buffer_); });
     written_ += buffer_.size();
     buffer_.clear();
 }
@@ -232,7 +262,7 @@ void Journal::Sync()
 {
     if (synced_) return;
     Flush();
-    OnDisk([&] {
+    Attempt([&] {
         if (!headerWritten_) file_->WriteAt(0, Encode(header_));
         file_->Sync();  // the first one puts the name of the journal on the disk, too
     });
@@ -249,15 +279,17 @@ void Journal::PlayInto(PageFile& file)
 void Journal::Invalidate()
 {
     if (!headerWritten_) return;
-    OnDisk([&] { InvalidateHeader(*file_); });
+    Attempt([&] { InvalidateHeader(*file_); });
+    headerWritten_ = false;
 }
 
 void Journal::Revalidate()
 {
-    OnDisk([&] {
+    Attempt([&] {
         file_->WriteAt(0, Encode(header_));
         file_->Sync();
     });
+    headerWritten_ = true;
 }
 
 void Journal::Delete() noexcept

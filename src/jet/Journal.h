@@ -57,6 +57,11 @@ public:
     /// Leaves the file where it is.
     ~Journal() = default;
 
+    /// True when the file can serve another unit: it is where it was made, not large, and nothing about it has failed.
+    bool CanRestart() noexcept;
+    /// Begins anew for another unit, after Invalidate or before the first Sync. Records of former units have another salt.
+    void Restart(const JournalHeader& header);
+
     bool Holds(PageNumber page) const { return page < held_.size() && held_[page]; }
     void Append(PageNumber page, std::span<const std::uint8_t, pageSize> before);
 
@@ -77,6 +82,8 @@ public:
     static Text PathFor(TextView file);
 
 private:
+    template <class Step>
+    void Attempt(Step step);
     void Flush();
 
     Files& files_;
@@ -88,6 +95,7 @@ private:
     std::uint64_t written_;             // size of the file
     bool headerWritten_ = false;
     bool synced_ = false;
+    bool sound_ = true;  // no step has failed
 };
 
 /// What became of a journal that was found beside a file.

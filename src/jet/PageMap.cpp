@@ -321,8 +321,7 @@ void PageMap::CoverWithFree()
         } else {
             AddMapPage((pageCount - 1) / pagesPerMapPage, nullptr);
         }
-        // The pages of bits that were added stand behind the old end: their own bits must be clear, those behind them set.
-        for (const PageNumber mapPage : MapPages()) Remove(mapPage);
+        // The page of bits stands behind the old end itself: it and what is before it is in use, what is behind it is free.
         const Bits last = AllBits().back();
         const PageEdit edit = pager_.Edit(last.page.Number());
         for (PageNumber free = std::max(pager_.PageCount(), last.first); free < last.End(); ++free) {

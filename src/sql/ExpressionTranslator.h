@@ -53,7 +53,7 @@ private:
 
     // TranslateOperator.cpp
     Typed Arithmetic(const Expression& expression);
-    Typed Arithmetic(Operator op, Typed left, Typed right);
+    Typed Arithmetic(Operator op, const Typed& left, const Typed& right);
     Typed NativeArithmetic(Operator op, const Typed& left, const Typed& right);
     Typed OperatorCall(const char* function, ValueType result, const Typed& left, const Typed& right);
     Typed Negated(const Typed& operand);
@@ -97,6 +97,7 @@ private:
     Clause clause_;
     const std::vector<std::string>* groupKeys_ = nullptr;
     bool insideAggregate_ = false;
+    bool namedOwn_ = false, namedOuter_ = false;  // columns met since an aggregate began
     std::vector<std::size_t> usedSources_;
 };
 

@@ -15,12 +15,12 @@ constexpr std::array<TextView, 36> reservedWords = {
     u"INTO",  u"IS",     u"JOIN", u"LEFT",    u"LIKE",   u"MOD",    u"NOT",    u"OR",       u"ORDER",
     u"RIGHT", u"SELECT", u"SET",  u"TABLE",   u"UNION",  u"UPDATE", u"WHERE",  u"XOR",      u"TRANSFORM"};
 
-bool IsReserved(const Token& token)
+}  // namespace
+
+bool ParserState::IsReserved(const Token& token)
 {
     return std::any_of(reservedWords.begin(), reservedWords.end(), [&](TextView word) { return token.IsWord(word); });
 }
-
-}  // namespace
 
 ExpressionRef ParserState::Operand()
 {

@@ -38,7 +38,8 @@ void ParserState::ExpectWord(TextView word, ErrorNumber clause)
 Text ParserState::Name(ErrorNumber clause)
 {
     const Token& token = Peek();
-    if (token.kind != Token::Kind::Word && token.kind != Token::Kind::Bracketed) throw Failure(clause);
+    const bool bare = token.kind == Token::Kind::Word && !IsReserved(token);
+    if (!bare && token.kind != Token::Kind::Bracketed) throw Failure(clause);
     return Take().text;
 }
 

@@ -54,6 +54,7 @@ private:
     bool AtSelect() const { return Peek().IsWord(u"SELECT"); }
     std::size_t LastEnd() const { return at_ == 0 ? 0 : tokens_[at_ - 1].extent.to; }
     Error Failure(ErrorNumber clause) const { return ClauseError(clause, text_, Peek().extent.from); }
+    static bool IsReserved(const Token& token);
     Text Name(ErrorNumber clause);                   // one piece, bare or in brackets
     Text FieldName(ErrorNumber clause);              // of table.field the field
     std::vector<Text> NameList(ErrorNumber clause);  // in parentheses

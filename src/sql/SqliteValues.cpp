@@ -298,6 +298,7 @@ Variant ReadColumn(sqlite3_stmt* statement, int column, ValueType type)
 
 void Bind(sqlite3_stmt* statement, int parameter, ValueType type, const Variant& value)
 {
+    if (parameter > sqlite3_bind_parameter_count(statement)) return;
     Stored stored;
     try {
         stored = InForm(value, type);

@@ -39,8 +39,8 @@ namespace vmlib::sql {
 Variant ReadColumn(sqlite3_stmt* statement, int column, ValueType type);
 Variant ReadValue(sqlite3_value* value, ValueType type);
 
-/// Binds a parameter (from 1) of a given type; the value is coerced first. Value keeps the variant's own type. @throws
-/// Error 3421
+/// Binds a parameter (from 1) of a given type; the value is coerced first. One that the statement declares without
+/// using it is left out. Value keeps the variant's own type. @throws Error 3421
 void Bind(sqlite3_stmt* statement, int parameter, ValueType type, const Variant& value);
 
 /// The result of a function or of a virtual table's column, in the form of the given type. @throws Error when the value

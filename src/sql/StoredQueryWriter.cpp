@@ -2,6 +2,10 @@
 
 #include "sql/StoredQueryWriter.h"
 
+#include <algorithm>
+
+#include "core/Error.h"
+
 namespace vmlib::sql::stored {
 namespace {
 
@@ -220,6 +224,11 @@ void RowWriter::Joins(const Source& from)
     std::vector<Text> left, right;
     CollectNames(*from.left, left);
     CollectNames(*from.right, right);
+    for (const Text& name : left) {
+        const auto same = [&](const Text& other) { return EqualIgnoringCase(name, other); };
+        // Its rows could not say which of the two a condition means.
+        if (std::any_of(right.begin(), right.end(), same)) throw Error(ErrorNumber::JoinNotSupported);
+    }
     std::vector<ExpressionRef> terms;
     CollectTerms(from.on, terms);
     for (auto term = terms.rbegin(); term != terms.rend(); ++term) {

@@ -156,7 +156,7 @@ Typed ExpressionTranslator::Between(const Expression& expression)
         };
         sql = low.left + " >= " + bound("min") + " AND " + low.left + " <= " + bound("max");
     }
-    const Typed between = MadeCondition(std::move(sql), Level::Or, {&value, &first, &second});
+    Typed between = MadeCondition(std::move(sql), Level::Or, {&value, &first, &second});
     if (!expression.negated) return between;
     return MadeCondition("NOT (" + between.sql + ")", Level::Not, {&between});
 }

@@ -130,6 +130,7 @@ Typed ExpressionTranslator::Name(const Expression& expression)
     }
     Typed result = found->column->value;
     result.column = true;
+    (found->outer ? namedOuter_ : namedOwn_) = true;
     if (found->outer) return result;
     if (std::find(usedSources_.begin(), usedSources_.end(), found->source) == usedSources_.end()) {
         usedSources_.push_back(found->source);

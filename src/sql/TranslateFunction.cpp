@@ -150,8 +150,11 @@ Typed ExpressionTranslator::Aggregate(const Expression& expression, const Aggreg
         return count;
     }
     insideAggregate_ = true;
+    namedOwn_ = namedOuter_ = false;
     const Typed argument = TranslateValue(operand);
     insideAggregate_ = false;
+    // SQLite would count it among the aggregates of the query around this one.
+    if (namedOuter_ && !namedOwn_) throw Error(ErrorNumber::AggregateInExpression, {Written(expression)});
     Typed result = AggregateCall(aggregate, argument);
     result.aggregate = true;
     return result;

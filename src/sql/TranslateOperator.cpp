@@ -83,7 +83,7 @@ Typed ExpressionTranslator::Arithmetic(const Expression& expression)
     return Arithmetic(expression.op, left, right);
 }
 
-Typed ExpressionTranslator::Arithmetic(Operator op, Typed left, Typed right)
+Typed ExpressionTranslator::Arithmetic(Operator op, const Typed& left, const Typed& right)
 {
     const bool textual = IsTextual(left.type) && IsTextual(right.type);
     if (left.null || right.null) {

@@ -74,7 +74,7 @@ private:
             const Typed value = translator.TranslateValue(*key);
             if (IsLong(value.type)) throw Error(ErrorNumber::MemoInGroupBy, {Written(*key)});
             keys_.push_back(value.sql);
-            groupBy_ += (groupBy_.empty() ? "" : ",") + Collated(value);
+            groupBy_ += (groupBy_.empty() ? "" : ",") + SortKey(value);
         }
     }
 
@@ -297,7 +297,7 @@ private:
     {
         std::string sql = Body({});
         for (std::size_t i = 0; i < order_.size(); ++i) {
-            sql += (i > 0 ? "," : " ORDER BY ") + Collated(order_[i].value) + (order_[i].descending ? " DESC" : "");
+            sql += (i > 0 ? "," : " ORDER BY ") + SortKey(order_[i].value) + (order_[i].descending ? " DESC" : "");
         }
         return sql;
     }

@@ -49,6 +49,7 @@ public:
     {
         SourceList list{Scope(outer_), {}};
         std::vector<Written> written;
+        written.reserve(sources.size());
         for (const Source& source : sources) written.push_back(Write(source, list.scope, false));
         // A comma list has no order; a join that must stand first does so, a second one goes into parentheses.
         std::stable_partition(written.begin(), written.end(), [](const Written& one) { return one.ordered; });

@@ -83,7 +83,7 @@ private:
         for (const OrderItem& item : statement_.orderBy) {
             const Typed key = OrderKey(*item.expression, scope, translator);
             if (IsLong(key.type)) throw Error(ErrorNumber::MemoInOrderBy);
-            order += (order.empty() ? " ORDER BY " : ",") + Collated(key) + (item.descending ? " DESC" : "");
+            order += (order.empty() ? " ORDER BY " : ",") + SortKey(key) + (item.descending ? " DESC" : "");
         }
         return "SELECT * FROM " + state_.Derived(sql, outer_ != nullptr) + order;
     }

@@ -209,4 +209,10 @@ std::string Collated(const Typed& value)
     return value.sql;
 }
 
+std::string SortKey(const Typed& value)
+{
+    if (value.sql.find_first_not_of("0123456789-()") == std::string::npos) return "CAST(" + value.sql + " AS INTEGER)";
+    return Collated(value);
+}
+
 }  // namespace vmlib::sql

@@ -99,5 +99,7 @@ std::string As(const Typed& value, ValueType type);
 Typed AsValue(Typed expression);
 /// Text and a collation, so that SQLite compares, sorts and groups as the file does; other types unchanged.
 std::string Collated(const Typed& value);
+/// The same for ORDER BY and GROUP BY, where SQLite would take a number for the position of a column.
+std::string SortKey(const Typed& value);
 
 }  // namespace vmlib::sql

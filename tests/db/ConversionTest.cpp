@@ -76,6 +76,7 @@ TEST_F(ConversionTest, KeepsWhatFits)
     EXPECT_THAT(anna_.Names(document_, u"Klant", true), Contains("PrimaryKey"));
     EXPECT_EQ(anna_.Info(document_), "2|ORDERS|oud pad| ") << "the version is the caller's business";
     EXPECT_FALSE(CopyIsLeft());
+    EXPECT_THAT(Faults(document_), IsEmpty());
     anna_.Run(document_, {"INSERT INTO Best (KlantNr) VALUES (8)"});
     EXPECT_THAT(anna_.Rows(document_, "SELECT * FROM Best", {"Id"}), IsEmpty()) << "the relation holds";
 }
@@ -244,6 +245,7 @@ TEST_F(ConversionTest, FailureAtAnyStepLeavesTheOldDocumentOrTheNewOne)
             // every step.
             const auto tables = anna_.Names(document_);
             ASSERT_THAT(tables, testing::Contains("Info"));
+            ASSERT_THAT(Faults(document_), IsEmpty());
             const bool old = std::count(tables.begin(), tables.end(), "Weg") > 0;
             EXPECT_TRUE(!(old || !struck) || Customers(document_) == customers_);
         }

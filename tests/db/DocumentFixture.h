@@ -7,6 +7,7 @@
 #include "db/Closing.h"
 #include "db/EngineAccess.h"
 #include "engine/Engine.h"
+#include "jet/Check.h"
 #include "platform/posix/PosixFiles.h"
 #include "support/FailingFiles.h"
 #include "support/FakePorts.h"
@@ -220,6 +221,14 @@ protected:
         execute("INSERT INTO Klant VALUES (2, 'van ''t Hof', 'y')");
         execute("INSERT INTO Klant VALUES (3, Null, 'z')");
         execute("INSERT INTO Weg VALUES (9)");
+    }
+
+    /// The faults that the structural check finds.
+    std::vector<std::string> Faults(const Text& path)
+    {
+        jet::Workspace workspace(real_, temporary_);
+        const auto database = workspace.Open(path, {.exclusive = true, .readOnly = true, .password = u"Zonnebloemen"});
+        return jet::Check(*database).faults;
     }
 
     /// Left open since it was made: nothing is synced before it is closed.

@@ -82,6 +82,7 @@ TEST_F(SavingTest, NewNameReleasesTheOldDocument)
     EXPECT_FALSE(session.opened.HoldsOpen(document_));
     EXPECT_TRUE(session.opened.HoldsOpen(target));
     EXPECT_EQ(Customers(target), customers_);
+    for (const Text& path : {document_, target, working}) EXPECT_THAT(Faults(path), IsEmpty()) << ToUtf8(path);
 }
 
 TEST_F(SavingTest, Codes)
@@ -235,6 +236,7 @@ TEST_F(SavingTest, FailureAtAnyStepLeavesTheOldDocumentOrTheNewOne)
             const auto rows = Customers(document_);
             ASSERT_THAT(rows, AnyOf(customers_, after));
             ASSERT_EQ(Customers(working), after) << "the user's work is still there";
+            ASSERT_THAT(Faults(document_), IsEmpty());
             EXPECT_TRUE(struck || rows == after);
             for (const Text& name : LeftOver(working)) {
                 EXPECT_EQ(kind == FaultKind::Fails, false) << ToUtf8(name) << " is left in the temporary folder";
@@ -261,6 +263,7 @@ TEST_F(SavingTest, NewDocumentHasWhatTheLayoutSays)
     EXPECT_THAT(anna_.Rows(path, "SELECT * FROM Best", {"Id", "KlantNr"}), ElementsAre("1|1")) << "the relation holds";
     EXPECT_THAT(anna_.Rows(path, "SELECT * FROM Info", {"Versie"}), IsEmpty());
     EXPECT_EQ(anna_.desktop.pointer, defaultPointer);
+    EXPECT_THAT(Faults(path), IsEmpty());
 }
 
 TEST_F(SavingTest, FieldsComeInTheTextOrderOfTheirNumbers)

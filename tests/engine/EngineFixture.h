@@ -24,7 +24,12 @@ inline constexpr TextView dutchLocale = u";LANGID=0x0413;CP=1252;COUNTRY=0";
 class EngineTest : public testing::Test
 {
 protected:
-    EngineTest() { RegisterEngine(classes_, Platform().files, folder_.Path() + u"\\"); }
+    EngineTest() : EngineTest(nullptr) {}
+    /// @param files  a port that fails, say; the platform's own when null
+    explicit EngineTest(Files* files)
+    {
+        RegisterEngine(classes_, files ? *files : Platform().files, folder_.Path() + u"\\");
+    }
 
     static vmlib::Platform& Platform() { return NativePlatform(); }
 
@@ -33,6 +38,8 @@ protected:
         if (!engine_) engine_ = classes_.Create(u"VMDEngine.DBEngine");
         return engine_;
     }
+    /// Drops the engine and all that it holds open; the next use makes a new one.
+    void DropEngine() { engine_.reset(); }
     ObjectRef Workspace() { return ToObject(Get(Engine(), u"Workspaces", 0)); }
 
     ObjectRef Create(TextView name, TextView extra = {})
@@ -56,8 +63,14 @@ protected:
         if (!type) return ToObject(Call(database, u"OpenRecordset", sql));
         return ToObject(Call(database, u"OpenRecordset", sql, *type));
     }
-    static Variant Field(const ObjectRef& recordset, TextView name) { return Get(ToObject(Get(recordset, u"Fields", name)), u"Value"); }
-    static void Execute(const ObjectRef& database, TextView sql, std::int32_t options = 0) { Call(database, u"Execute", sql, options); }
+    static Variant Field(const ObjectRef& recordset, TextView name)
+    {
+        return Get(ToObject(Get(recordset, u"Fields", name)), u"Value");
+    }
+    static void Execute(const ObjectRef& database, TextView sql, std::int32_t options = 0)
+    {
+        Call(database, u"Execute", sql, options);
+    }
     static std::int32_t Affected(const ObjectRef& database) { return ToLong(Get(database, u"RecordsAffected")); }
 
     /// A table of fields "name type size" made through the objects.
@@ -82,7 +95,8 @@ protected:
         }
         Call(ToObject(Get(database, u"TableDefs")), u"Append", table);
     }
-    static void MakeIndex(const ObjectRef& database, TextView table, TextView name, TextView fields, bool primary, bool unique)
+    static void MakeIndex(const ObjectRef& database, TextView table, TextView name, TextView fields, bool primary,
+                          bool unique)
     {
         const ObjectRef tableDef = ToObject(Get(database, u"TableDefs", table));
         const ObjectRef index = ToObject(Call(tableDef, u"CreateIndex", name));
@@ -91,8 +105,8 @@ protected:
         Put(index, u"Unique", unique);
         Call(ToObject(Get(tableDef, u"Indexes")), u"Append", index);
     }
-    static void MakeRelation(const ObjectRef& database, TextView name, TextView table, TextView field, TextView foreignTable,
-                             TextView foreignField, std::int32_t attributes)
+    static void MakeRelation(const ObjectRef& database, TextView name, TextView table, TextView field,
+                             TextView foreignTable, TextView foreignField, std::int32_t attributes)
     {
         const ObjectRef relation = ToObject(Call(database, u"CreateRelation", name));
         Put(relation, u"Table", table);

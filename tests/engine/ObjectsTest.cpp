@@ -12,7 +12,8 @@ using ObjectsTest = EngineTest;
 std::vector<std::string> NamesIn(const ObjectRef& collection)
 {
     std::vector<std::string> names;
-    for (const Variant& item : Get(collection, u"_NewEnum").AsArray().Items()) names.push_back(ToUtf8(ToText(Get(ToObject(item), u"Name"))));
+    for (const Variant& item : Get(collection, u"_NewEnum").AsArray().Items())
+        names.push_back(ToUtf8(ToText(Get(ToObject(item), u"Name"))));
     return names;
 }
 
@@ -22,7 +23,8 @@ TEST_F(ObjectsTest, ReadsAGenuineFile)
     const ObjectRef database = OpenCopy(genuine, u"employee.mdb");
     const ObjectRef table = ToObject(Get(database, u"TableDefs", u"employee8"));
     EXPECT_EQ(ToLong(Get(table, u"RecordCount")), 10021);
-    EXPECT_THAT(NamesIn(ToObject(Get(table, u"Fields"))), ElementsAre("Email", "Name", "Phone", "Location", "Title", "Department", "Division"));
+    EXPECT_THAT(NamesIn(ToObject(Get(table, u"Fields"))),
+                ElementsAre("Email", "Name", "Phone", "Location", "Title", "Department", "Division"));
     EXPECT_EQ(ToLong(Get(ToObject(Get(table, u"Fields", u"Name")), u"Size")), 41);
     EXPECT_EQ(Get(ToObject(Get(table, u"Fields", u"Name")), u"AllowZeroLength"), Variant(false));
     EXPECT_EQ(ToLong(Get(database, u"CollatingOrder")), 1033);
@@ -60,7 +62,12 @@ TEST_F(ObjectsTest, DesignComesBackAfterReopening)
     {
         const ObjectRef database = Create(u"d.mdb", u";pwd=Geheim");
         MakeTable(database, u"Klant",
-                  {{u"Id", 4, 0, 17}, {u"Naam", 10, 30, 2, true}, {u"Leeg", 10}, {u"Notitie", 12, 99}, {u"Actief", 1}, {u"Bedrag", 5}});
+                  {{u"Id", 4, 0, 17},
+                   {u"Naam", 10, 30, 2, true},
+                   {u"Leeg", 10},
+                   {u"Notitie", 12, 99},
+                   {u"Actief", 1},
+                   {u"Bedrag", 5}});
         MakeTable(database, u"Order", {{u"Nr", 4}, {u"KlantId", 4}, {u"Datum", 8}});
         MakeIndex(database, u"Klant", u"PK", u"Id", true, true);
         MakeIndex(database, u"Klant", u"OpNaam", u"+Naam;-Bedrag", false, false);
@@ -72,20 +79,23 @@ TEST_F(ObjectsTest, DesignComesBackAfterReopening)
     const ObjectRef database = Open(u"d.mdb", false, false, u"Geheim");
     const ObjectRef table = ToObject(Get(database, u"TableDefs", u"KLANT"));
     const ObjectRef fields = ToObject(Get(table, u"Fields"));
-    const auto property = [&](TextView field, TextView name) { return Get(ToObject(Get(fields, u"Item", field)), name); };
+    const auto property = [&](TextView field, TextView name) {
+        return Get(ToObject(Get(fields, u"Item", field)), name);
+    };
     struct
     {
         TextView field, property;
         Variant expected;
     } const cases[] = {
-        {u"Id", u"Attributes", std::int32_t{17}},     {u"Id", u"Type", std::int16_t{4}},
-        {u"Naam", u"Size", std::int32_t{30}},         {u"Naam", u"Attributes", std::int32_t{2}},
-        {u"Naam", u"AllowZeroLength", true},          {u"Leeg", u"AllowZeroLength", false},
-        {u"Leeg", u"Size", std::int32_t{255}},        {u"Notitie", u"Size", std::int32_t{0}},
-        {u"Actief", u"Type", std::int16_t{1}},        {u"Bedrag", u"OrdinalPosition", std::int16_t{5}},
-        {u"Bedrag", u"Attributes", std::int32_t{1}},  {u"Bedrag", u"Required", false},
+        {u"Id", u"Attributes", std::int32_t{17}},    {u"Id", u"Type", std::int16_t{4}},
+        {u"Naam", u"Size", std::int32_t{30}},        {u"Naam", u"Attributes", std::int32_t{2}},
+        {u"Naam", u"AllowZeroLength", true},         {u"Leeg", u"AllowZeroLength", false},
+        {u"Leeg", u"Size", std::int32_t{255}},       {u"Notitie", u"Size", std::int32_t{0}},
+        {u"Actief", u"Type", std::int16_t{1}},       {u"Bedrag", u"OrdinalPosition", std::int16_t{5}},
+        {u"Bedrag", u"Attributes", std::int32_t{1}}, {u"Bedrag", u"Required", false},
     };
-    for (const auto& each : cases) EXPECT_EQ(property(each.field, each.property), each.expected) << ToUtf8(each.field) << ToUtf8(each.property);
+    for (const auto& each : cases)
+        EXPECT_EQ(property(each.field, each.property), each.expected) << ToUtf8(each.field) << ToUtf8(each.property);
 
     const ObjectRef indexes = ToObject(Get(table, u"Indexes"));
     EXPECT_THAT(NamesIn(indexes), ElementsAre("OpNaam", "PK"));
@@ -98,7 +108,8 @@ TEST_F(ObjectsTest, DesignComesBackAfterReopening)
     EXPECT_EQ(Get(relation, u"Name"), Variant(Text(u"KlantOrder").append(30, u' ')));
     EXPECT_EQ(ToLong(Get(relation, u"Attributes")), 4096);
     EXPECT_EQ(Get(ToObject(Get(relation, u"Fields", 0)), u"ForeignName"), Variant(u"KlantId"));
-    EXPECT_EQ(ErrorOf([&] { Get(ToObject(Get(database, u"QueryDefs")), u"Item", Text(u"Actieven").append(12, u' ')); }), 0);
+    EXPECT_EQ(ErrorOf([&] { Get(ToObject(Get(database, u"QueryDefs")), u"Item", Text(u"Actieven").append(12, u' ')); }),
+              0);
     EXPECT_EQ(ErrorOf([&] { Records(database, u"Actieven"); }), 0);
     const ObjectRef foreign = ToObject(Get(ToObject(Get(database, u"TableDefs", u"Order")), u"Indexes", 0));
     EXPECT_EQ(Get(foreign, u"Foreign"), Variant(true));
@@ -142,7 +153,9 @@ TEST_F(ObjectsTest, RefusesWrongDesigns)
         Put(made, u"Size", size);
         return made;
     };
-    const auto appendTo = [](const ObjectRef& table, const ObjectRef& made) { Call(ToObject(Get(table, u"Fields")), u"Append", made); };
+    const auto appendTo = [](const ObjectRef& table, const ObjectRef& made) {
+        Call(ToObject(Get(table, u"Fields")), u"Append", made);
+    };
     const ObjectRef fresh = ToObject(Call(database, u"CreateTableDef", u"N"));
     EXPECT_EQ(ErrorOf([&] { Call(ToObject(Get(database, u"TableDefs")), u"Append", fresh); }), 3264);
     appendTo(fresh, field(u"X", 4));
@@ -162,7 +175,11 @@ TEST_F(ObjectsTest, RefusesWrongDesigns)
         {"bad name", [&] { appendTo(fresh, field(u"a.b", 4)); }, 3125},
         {"type set after append", [&] { Put(taken, u"Type", 4); }, 3268},
         {"value of a design field", [&] { Get(taken, u"Value"); }, 3267},
-        {"table name taken", [&] { MakeTable(database, u"t", {{u"A", 4}}); }, 3010},
+        {"table name taken",
+         [&] {
+             MakeTable(database, u"t", {{u"A", 4}});
+         },
+         3010},
         {"second primary key", [&] { MakeIndex(database, u"T", u"PK2", u"A", true, true); }, 3283},
         {"index name taken", [&] { MakeIndex(database, u"T", u"pk", u"A", false, false); }, 3284},
         {"index on unknown field", [&] { MakeIndex(database, u"T", u"I", u"Q", false, false); }, 3409},
@@ -198,11 +215,14 @@ TEST_F(ObjectsTest, OpenDatabaseChecksItsArguments)
     };
     folder_.Write("tekst.mdb", std::string(5000, 'x'));
     for (auto& each : cases) {
-        EXPECT_EQ(ErrorOf([&] { Call(ToObject(CallWith(workspace, u"OpenDatabase", each.arguments)), u"Close"); }), each.number) << each.what;
+        EXPECT_EQ(ErrorOf([&] { Call(ToObject(CallWith(workspace, u"OpenDatabase", each.arguments)), u"Close"); }),
+                  each.number)
+            << each.what;
     }
     EXPECT_EQ(ErrorOf([&] { Call(workspace, u"CreateDatabase", path, dutchLocale); }), 3204);
     EXPECT_EQ(ErrorOf([&] { Call(workspace, u"CreateDatabase", folder_.Path(u"q"), u"LANGID=7"); }), 3424);
-    EXPECT_EQ(ErrorOf([&] { Call(workspace, u"CreateDatabase", folder_.Path(u"q"), u";LANGID=0x0413;KLEUR=1"); }), 3424);
+    EXPECT_EQ(ErrorOf([&] { Call(workspace, u"CreateDatabase", folder_.Path(u"q"), u";LANGID=0x0413;KLEUR=1"); }),
+              3424);
     EXPECT_EQ(ErrorOf([&] { Call(workspace, u"CreateDatabase", folder_.Path(u"q")); }), 3424);
     EXPECT_FALSE(Platform().files.Exists(folder_.Path(u"q.mdb")));
 }

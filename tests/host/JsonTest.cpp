@@ -127,6 +127,8 @@ TEST(JsonTest, FieldsOfRowsArePlain)
     EXPECT_EQ(FieldToJson(u"{guid {x}}", false).dump(), R"("{guid {x}}")");  // only a GUID field's
     EXPECT_EQ(FieldToJson(Array(Bytes{0, 0xAB}), false).dump(), R"("00AB")");
     EXPECT_EQ(FieldToJson(Null{}, false).dump(), "null");
+    EXPECT_EQ(FieldToJson(2.0, false).dump(), "2.0");
+    EXPECT_EQ(FieldToText(2.0, false, "-"), "2");
     EXPECT_EQ(FieldToText(true, false, "-"), "true");
     EXPECT_EQ(FieldToText(Null{}, false, "-"), "-");
 }

@@ -1,5 +1,6 @@
 #include "host/Program.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <csignal>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace vmlib::host::test {
 
@@ -53,6 +55,18 @@ std::vector<Json> Outcome::AsJsonLines() const
     return values;
 }
 
+void Program::Become(const std::vector<std::string>& words) const
+{
+    for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+    std::string program = VMLIB_PROGRAM;
+    std::vector<std::string> copies = words;
+    std::vector<char*> arguments = {program.data()};
+    for (std::string& word : copies) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    ::execv(program.c_str(), arguments.data());
+    ::_exit(127);
+}
+
 Outcome Program::Run(const std::vector<std::string>& words, const std::string& input) const
 {
     std::signal(SIGPIPE, SIG_IGN);
@@ -64,14 +78,7 @@ Outcome Program::Run(const std::vector<std::string>& words, const std::string& i
         ::dup2(out[1], 1);
         ::dup2(err[1], 2);
         for (const int end : {in[0], in[1], out[0], out[1], err[0], err[1]}) ::close(end);
-        for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
-        std::string program = VMLIB_PROGRAM;
-        std::vector<std::string> copies = words;
-        std::vector<char*> arguments = {program.data()};
-        for (std::string& word : copies) arguments.push_back(word.data());
-        arguments.push_back(nullptr);
-        ::execv(program.c_str(), arguments.data());
-        ::_exit(127);
+        Become(words);
     }
     for (const int end : {in[0], out[1], err[1]}) ::close(end);
     Outcome outcome;
@@ -80,6 +87,21 @@ Outcome Program::Run(const std::vector<std::string>& words, const std::string& i
     ::waitpid(process, &status, 0);
     outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return outcome;
+}
+
+bool Program::RunAndKill(const std::vector<std::string>& words, std::chrono::microseconds after) const
+{
+    const pid_t process = ::fork();
+    if (process == 0) {
+        const int nowhere = ::open("/dev/null", O_RDWR);
+        for (const int end : {0, 1, 2}) ::dup2(nowhere, end);
+        Become(words);
+    }
+    std::this_thread::sleep_for(after);
+    ::kill(process, SIGKILL);
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    return WIFEXITED(status);
 }
 
 }  // namespace vmlib::host::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <utility>
@@ -28,6 +29,11 @@ public:
         {"VMLIB_DESKTOP", "none"}, {"LC_ALL", "C"}, {"VMLIB_USER", "anna"}};
 
     Outcome Run(const std::vector<std::string>& words, const std::string& input = {}) const;
+    /// Starts it and kills it after a time. True when it had finished by itself.
+    bool RunAndKill(const std::vector<std::string>& words, std::chrono::microseconds after) const;
+
+private:
+    [[noreturn]] void Become(const std::vector<std::string>& words) const;
 };
 
 }  // namespace vmlib::host::test

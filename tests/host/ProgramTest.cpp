@@ -345,6 +345,11 @@ TEST_F(ProgramTest, StatusNamesWhatLiesBesideTheDocument)
     const Json leftovers = Status("Kas.mdb")["leftovers"];
     EXPECT_EQ(leftovers, Json::array({{{"path", At("Kas.mdb-new-1A2B")}, {"kind", "temporary"}},
                                       {{"path", At("kas.mdb-backup-20240305-060000")}, {"kind", "backup"}}}));
+    std::filesystem::rename(At("Kas.mdb"), At("Gone.mdb"));
+    const Outcome gone = Run({"status", At("Kas.mdb"), "--json"});
+    EXPECT_EQ(gone.code, 3);
+    EXPECT_EQ(gone.AsJson()["leftovers"].size(), 2u);
+    std::filesystem::rename(At("Gone.mdb"), At("Kas.mdb"));
     const Outcome several = Run({"status", At("none.mdb"), At("Kas.mdb"), "--json"});
     EXPECT_EQ(several.code, 1);
     EXPECT_EQ(several.AsJsonLines().size(), 1u);
@@ -364,6 +369,35 @@ TEST_F(ProgramTest, ReadOnlyDocumentsAreReadAndNotChanged)
     EXPECT_EQ(opened.AsJson()["marked"], false);
     EXPECT_THAT(opened.err, HasSubstr("could not be marked"));
     EXPECT_EQ(Run({"create", At("Kas.mdb"), "--type", "FACT", "--layout", At("layout.mdb")}).code, 29);
+}
+
+TEST_F(ProgramTest, ASaveThatIsKilledLeavesTheOldDocumentOrTheNewOne)
+{
+    MakeDocument();
+    const std::string working =
+        Must({"open", At("Kas.mdb"), "--type", "FACT", "--layout", At("layout.mdb"), "--json"}).AsJson()["workingFile"];
+    const std::string before = Must({"export", At("Kas.mdb"), "Klanten", "--json"}).out;
+    Must({"query", working, "UPDATE Klanten SET Naam = 'Bert' WHERE Nummer = 2"});
+    const std::string after = Must({"export", working, "Klanten", "--json"}).out;
+    const std::filesystem::path original = At("Original.mdb");
+    std::filesystem::copy_file(At("Kas.mdb"), original);
+    int killed = 0;
+    for (auto time = std::chrono::milliseconds(2);; time += std::max(time / 8, std::chrono::milliseconds(1))) {
+        std::filesystem::copy_file(original, At("Kas.mdb"), std::filesystem::copy_options::overwrite_existing);
+        const bool finished =
+            vmlib_.RunAndKill({"save", working, At("Kas.mdb"), "--type", "FACT", "--layout", At("layout.mdb")}, time);
+        const std::string now = Must({"export", At("Kas.mdb"), "Klanten", "--json"}).out;
+        EXPECT_TRUE(now == before || now == after) << "killed after " << time.count() << " ms: " << now;
+        EXPECT_THAT(Must({"check", At("Kas.mdb")}).out, StartsWith("ok "));
+        EXPECT_THAT(Must({"check", working}).out, StartsWith("ok "));
+        if (finished) {
+            EXPECT_EQ(now, after);
+            break;
+        }
+        ++killed;
+        ASSERT_LT(killed, 200);
+    }
+    EXPECT_GT(killed, 3);
 }
 
 TEST_F(ProgramTest, CallPrintsResultAndArguments)

@@ -516,7 +516,9 @@ TEST_F(CatalogueTest, GenuineFilesStaySoundThroughChanges)
         EXPECT_THAT(Check(*database_).faults, testing::SizeIs(faults)) << name;
         // New objects get the rights that the file's own objects of their kind have (in employee.mdb these are older than the rights of the container).
         const bool alike = std::string_view(name) != "employee.mdb";
-        if (alike) EXPECT_EQ(RightsOf(u"Klanten", 1), RightsOf(TableNames(*database_)[1], 1)) << name;
+        if (alike) {
+            EXPECT_EQ(RightsOf(u"Klanten", 1), RightsOf(TableNames(*database_)[1], 1)) << name;
+        }
         for (const auto& relation : database_->Relations()) EXPECT_EQ(RightsOf(u"R", 8), RightsOf(relation.name, 8)) << name;
         database_->DropRelation(u"R");
         database_->DropTable(u"Orders");

@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(
                           return OpenCopy::Field(table, row, u"szColumn") = std::string("data"), true;
                       });
                   },
-                  "the index of Table1 has other columns"},
+                  "relation Table2Table1: its indexes are over other columns"},
         FileWound{"no rights", [](OpenCopy& f) { f.ChangeRows(acesTablePage, [](auto&, Row&) { return true; }, true); },
                   "MSysACEs: no rights to Table1"},
         FileWound{"rows of a query that is not there",

@@ -23,12 +23,14 @@ struct Change
     std::size_t pages;        // of the file
     std::size_t edited;       // from page 1 on
     std::size_t added;
+    bool second = false;      // the pager has committed a unit before, and its journal is used again
 };
 
 const Change changes[] = {
     {"one page", 3, 1, 0},
     {"new pages that the old ones point at", 3, 2, 3},
     {"more than the cache holds", 12, 12, 9},
+    {"one page, in a journal used before", 3, 1, 0, true},
 };
 
 std::ostream& operator<<(std::ostream& out, const Change& change)
@@ -62,6 +64,20 @@ protected:
         unit.Commit();
     }
 
+    std::uint16_t WordBefore() const { return GetParam().second ? createdWord + 1 : createdWord; }
+
+    /// A pager that is about to apply the change.
+    std::unique_ptr<FilePager> Ready(FailingFiles& files) const
+    {
+        auto pager = Open(files, At("a.mdb"));
+        if (GetParam().second) {
+            UnitOfWork unit(*pager);
+            for (PageNumber page = 1; page < pager->PageCount(); ++page) pager->Edit(page);  // a longer journal than the change needs
+            unit.Commit();
+        }
+        return pager;
+    }
+
     void Renew() const
     {
         for (const std::string& name : folder_.Names()) std::filesystem::remove(folder_.Native(name));
@@ -76,7 +92,7 @@ protected:
             const auto pager = Open(files_, At("a.mdb"));
             marks = MarksOf(*pager);
             const std::uint16_t word = WordOf(*pager);
-            EXPECT_EQ(word, marks == Before() ? createdWord : createdWord + 1) << what;
+            EXPECT_EQ(word, WordBefore() + (marks == Before() ? 0 : 1)) << what;
         }
         EXPECT_THAT(folder_.Names(), ElementsAre("a.mdb")) << what;
         EXPECT_EQ(std::filesystem::file_size(folder_.Native("a.mdb")), (marks.size() + 1) * pageSize) << what;
@@ -94,8 +110,10 @@ TEST_P(FaultTest, APowerCutAtEveryStepLeavesTheOldStateOrTheNew)
             const std::string what = "step " + std::to_string(n) + ", seed " + std::to_string(seed);
             Renew();
             FailingFiles files(files_);
+            auto pager = Ready(files);
             files.Arm({.at = n, .kind = FaultKind::PowerCut});
-            const bool told = NumberOf([&] { Apply(*Open(files, At("a.mdb"))); }) == 0;
+            const bool told = NumberOf([&] { Apply(*pager); }) == 0;
+            pager.reset();
             struck = files.Struck();
             files.AfterPowerCut(unsynced, seed);
             const Marks found = Reopened(what);
@@ -115,8 +133,10 @@ TEST_P(FaultTest, PlayingBackMayBeCutOffToo)
     for (int n = 1; !played; ++n) {
         Renew();
         FailingFiles files(files_);
+        auto pager = Ready(files);
         files.Arm({.at = 2, .kind = FaultKind::PowerCut, .steps = {test::Step::Sync}});
-        EXPECT_NE(NumberOf([&] { Apply(*Open(files, At("a.mdb"))); }), 0);
+        EXPECT_NE(NumberOf([&] { Apply(*pager); }), 0);
+        pager.reset();
         files.AfterPowerCut(Unsynced::Kept);
 
         files.Arm({.at = n, .kind = FaultKind::PowerCut});
@@ -137,7 +157,7 @@ TEST_P(FaultTest, AFailingStepReachesTheCallerAndUndoesTheChange)
                 Renew();
                 FailingFiles files(files_);
                 {
-                    const auto pager = Open(files, At("a.mdb"));
+                    const auto pager = Ready(files);
                     files.Arm({.at = n, .kind = kind, .fault = fault});
                     const std::int32_t told = NumberOf([&] { Apply(*pager); });
                     struck = files.Struck();
@@ -170,7 +190,7 @@ TEST_P(FaultTest, AfterAFailureThePagerGoesOnAndTheNextCommitCounts)
     for (int n = 1; struck; ++n) {
         Renew();
         FailingFiles files(files_);
-        const auto pager = Open(files, At("a.mdb"));
+        const auto pager = Ready(files);
         files.Arm({.at = n, .kind = FaultKind::Fails, .fault = FileFault::DiskFull, .steps = {test::Step::Write, test::Step::Create}});
         const std::int32_t told = NumberOf([&] { Apply(*pager); });
         struck = files.Struck();

@@ -68,35 +68,39 @@ TEST_F(TwoCheckers, AgreeAfterRandomChanges)
     for (int round = 0; round < 3; ++round) {
         auto database = workspace_->Open(At("sample.mdb"), {});
         const auto table = database->OpenTable(u"Klanten");
+        std::vector<RowPointer> rows;
+        for (auto cursor = table->Scan(); cursor.Next();) rows.push_back(cursor.Where());
         int next = 1000 * (round + 1);
+        UnitOfWork outer(database->GetPager());  // one sync for all
         for (int change = 0; change < 300; ++change) {
+            const std::vector<RowPointer> before = rows;
             UnitOfWork unit(database->GetPager());
-            std::vector<RowPointer> rows;
-            for (auto cursor = table->Scan(ColumnMask(table->Definition().columns.size())); cursor.Next();) rows.push_back(cursor.Where());
-            const RowPointer victim = rows[random() % rows.size()];
+            const std::size_t victim = random() % rows.size();
+            Row old;
+            ASSERT_TRUE(table->Fetch(rows[victim], old));
             Row row = Customer(table->Definition(), static_cast<int>(random() % 300), random);
             row[0] = next;
-            table->NoteAutoNumber(next++);
             switch (random() % 3) {
                 case 0:
-                    table->Insert(row);
+                    table->NoteAutoNumber(next++);
+                    rows.push_back(table->Insert(row));
                     break;
-                case 1: {
-                    // The id stays: lines point at it.
-                    Row old;
-                    ASSERT_TRUE(table->Fetch(victim, old));
-                    row[0] = old[0];
-                    table->Update(victim, row);
+                case 1:
+                    row[0] = old[0];  // lines point at it
+                    table->Update(rows[victim], row);
                     break;
-                }
-                default: {
-                    Row old;
-                    ASSERT_TRUE(table->Fetch(victim, old));
-                    if (std::get<std::int32_t>(old[0]) >= 1000) table->Delete(victim);
-                }
+                default:
+                    if (std::get<std::int32_t>(old[0]) < 1000) break;
+                    table->Delete(rows[victim]);
+                    rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(victim));
             }
-            if (random() % 5 != 0) unit.Commit();  // else everything is as before
+            if (random() % 5 != 0) {
+                unit.Commit();
+            } else {
+                rows = before;  // it is rolled back
+            }
         }
+        outer.Commit();
         ExpectBothFindItSound(*database);
         database->Close();
         ExpectSecondOpinion("sample.mdb");
@@ -114,7 +118,7 @@ struct Visit
 class DamagedDocument : public SampleDocument
 {
 protected:
-    Visit VisitAll(std::string_view name)
+    Visit VisitAll(std::string_view name, bool write)
     {
         Visit visit;
         const auto step = [&](auto&& action) {
@@ -149,7 +153,7 @@ protected:
                 }
             });
         }
-        step([&] {
+        if (write) step([&] {
             UnitOfWork unit(database->GetPager());
             const auto open = database->OpenTable(u"Regels");
             step([&] {
@@ -164,13 +168,13 @@ protected:
 TEST_F(DamagedDocument, NeverBreaksAReader)
 {
     const char* asked = std::getenv("VMLIB_FUZZ_ROUNDS");
-    const int rounds = asked != nullptr ? std::atoi(asked) : 400;
+    const int rounds = asked != nullptr ? std::atoi(asked) : 120;
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
     const std::string sound = Make(u"");
-    ASSERT_EQ(VisitAll("sample.mdb").faults, 0u);
-    ASSERT_EQ(VisitAll("sample.mdb").errors, 0u);
+    ASSERT_EQ(VisitAll("sample.mdb", false).faults, 0u);
+    ASSERT_EQ(VisitAll("sample.mdb", false).errors, 0u);
     const std::size_t pages = sound.size() / pageSize;
     int noticed = 0;
     for (int round = 0; round < rounds; ++round) {
@@ -209,7 +213,7 @@ TEST_F(DamagedDocument, NeverBreaksAReader)
         }
         const std::string name = "w" + std::to_string(round % 2) + ".mdb";
         folder_.Write(name, wounded);
-        const Visit visit = VisitAll(name);
+        const Visit visit = VisitAll(name, round % 4 == 0);
         if (visit.faults + visit.errors > 0 && wounded != sound) ++noticed;
         if (HasFailure()) break;
     }

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "jet/DefinitionCodec.h"
+#include "jet/MdbExport.h"
 #include "jet/PageMap.h"
 #include "jet/TestFile.h"
 
@@ -155,6 +156,7 @@ TEST_P(RandomTable, HoldsWhatItWasGiven)
     }
     EXPECT_THAT(file.Faults(), IsEmpty());
     EXPECT_EQ(file.pager.HeldPages(), 0u);
+    CompareWithMdbExport(table, file.Saved());
 
     // Emptied, it keeps one page of rows, and none of long values beyond one a column.
     UnitOfWork unit(file.pager);
@@ -267,6 +269,18 @@ TEST_F(TableChange, DeletedRowsStayDeletedWhileTheTableIsSmall)
     EXPECT_FALSE(table_->Fetch({first.page, 200}, row));
     EXPECT_FALSE(table_->Fetch({objectsTablePage, 0}, row));
     EXPECT_FALSE(table_->Fetch({9999, 0}, row));
+}
+
+TEST_F(TableChange, RoomOfDeletedRowsIsUsedAgain)
+{
+    std::vector<RowPointer> rows;
+    for (int i = 0; i < 200; ++i) rows.push_back(table_->Insert({std::int32_t{i}, Letters(200), Letters(300)}));
+    for (std::size_t i = 0; i < rows.size(); i += 2) table_->Delete(rows[i]);
+    const PageNumber pages = file_.pager.PageCount();
+    for (int i = 0; i < 90; ++i) table_->Insert({std::int32_t{i}, Letters(200), Letters(300)});
+    EXPECT_EQ(file_.pager.PageCount(), pages);
+    unit_.Commit();
+    EXPECT_THAT(file_.Faults(), IsEmpty());
 }
 
 TEST_F(TableChange, ScanGoesOnWhileRowsMoveGoAndCome)
@@ -416,6 +430,7 @@ TEST(TableRows, OfEveryLengthComeBack)
     }
     for (auto cursor = four.Scan(); cursor.Next();) EXPECT_EQ(cursor.Current(), ofFour.at(cursor.Where()));
     for (auto cursor = most.Scan(); cursor.Next();) EXPECT_EQ(cursor.Current(), ofMost.at(cursor.Where()));
+    CompareWithMdbExport(four, file.Saved());
 }
 
 // ---------------------------------------------------------------------------------------------------------------- indexes

@@ -68,6 +68,14 @@ public:
         return report.faults;
     }
 
+    /// The file on disk, for programs that read it.
+    std::filesystem::path Saved()
+    {
+        const Bytes bytes = pager.Contents();
+        folder.Write("saved.mdb", std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+        return folder.Native("saved.mdb");
+    }
+
     MemoryPager pager;
     PageAllocator allocator;
     test::TemporaryFolder folder;

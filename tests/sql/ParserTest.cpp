@@ -63,6 +63,8 @@ TEST(Parser, NumbersOfErrors)
         {u"SELECT a FROM A INNER JOIN B", 3135, ""},
         {u"SELECT a FROM A INNER JOIN B ON A.x = B.x INNER JOIN C ON B.y = C.y", 3075, "missing operator"},
         {u"SELECT a FROM A FULL JOIN B ON A.x = B.x", 3131, ""},
+        {u"SELECT a FROM Order", 3131, "Order"},
+        {u"SELECT a AS Group FROM A", 3141, "Group"},
         {u"SELECT a FROM A WHERE", 3145, ""},
         {u"SELECT a FROM A GROUP a", 3132, ""},
         {u"SELECT a FROM A HAVING", 3133, ""},

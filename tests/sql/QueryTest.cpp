@@ -180,6 +180,7 @@ TEST_F(Queries, OrderDistinctTop)
         {u"SELECT Id FROM Klanten ORDER BY Plaats DESC, Id DESC", "4; 2; 1; 3"},
         {u"SELECT Id, Naam FROM Klanten ORDER BY 2", "3,Bakker; 2,de Vries; 1,Jansen; 4,Ähren"},
         {u"SELECT Id FROM Klanten ORDER BY Len(Naam) DESC, Naam & Id", "2; 3; 1; 4"},
+        {u"SELECT 7, Id FROM Klanten ORDER BY 1, -Yes, 2 DESC", "7,4; 7,3; 7,2; 7,1"},
         {u"SELECT Id FROM Klanten ORDER BY IIf(Id = 2, 'a', Id)", "1; 3; 4; 2"},
         {u"SELECT DISTINCT Code FROM Klanten ORDER BY Code", "Null; 3; 5"},
         {u"SELECT DISTINCT Soort FROM Orders WHERE Soort = 'A'", "a"},
@@ -223,6 +224,7 @@ TEST_F(Queries, AggregatesAndGroups)
         {u"SELECT Klant FROM Orders GROUP BY Klant ORDER BY Sum(Bedrag) DESC, Klant", "1; 2; 9"},
         {u"SELECT Sum(IIf(Actief, 1, 0)), Max(IIf(Id = 1, 'a', 3)) FROM Klanten", "2,a"},
         {u"SELECT Count(*) FROM Klanten HAVING Count(*) > 9", ""},
+        {u"SELECT 2, Count(*) FROM Klanten GROUP BY 2", "2,4"},
     });
     EXPECT_EQ(sample_.ErrorOf(u"SELECT Naam, Count(*) FROM Klanten"), 3122);
     EXPECT_EQ(sample_.ErrorOf(u"SELECT Naam & 'x', Count(*) FROM Klanten GROUP BY Plaats"), 3122);
@@ -303,6 +305,7 @@ TEST_F(Queries, Subqueries)
     });
     EXPECT_EQ(sample_.ErrorOf(u"SELECT (SELECT Nr FROM Orders)"), 3354);
     EXPECT_EQ(sample_.ErrorOf(u"SELECT (SELECT Nr, Klant FROM Orders)"), 3306);
+    EXPECT_EQ(sample_.ErrorOf(u"SELECT (SELECT Max(Id) FROM Orders) FROM Klanten"), 3095);
 }
 
 TEST_F(Queries, StoredQueriesAndUnions)
@@ -412,6 +415,7 @@ TEST_F(Queries, Parameters)
     EXPECT_EQ(declared.parameters[1].name, u"b c");
     EXPECT_EQ(declared.parameters[1].type, ValueType::Text);
     EXPECT_FALSE(declared.parameters[2].declared);
+    EXPECT_EQ(sample_.Rows(u"PARAMETERS a Long; SELECT Id FROM Klanten WHERE Id = b", {{u"a", 1.0}, {u"b", 2.0}}), "2");
     // A field beats the constant, the constant a parameter.
     EXPECT_EQ(sample_.Rows(u"SELECT No, Yes, Off FROM Straßen"), "7,True,False");
     EXPECT_EQ(sample_.ErrorOf(u"SELECT Nz(Id) FROM Klanten"), 3085);
@@ -465,6 +469,7 @@ TEST_F(Queries, ComparisonsWithConstantsUseIndexes)
     uses(u"Bedrag = 12.5", "ByAmount (Bedrag=?)");
     uses(u"Datum >= #1/1/2000#", "ByDate (Datum>?)");
     uses(u"Orders.Klant = Klanten.Id", "ById (Id=?)");
+    uses(u"Soort = Naam", "ByName (Naam=?)");
 }
 
 TEST_F(Queries, Changes)

@@ -153,6 +153,16 @@ TEST(StoredQueries, DesignersRows)
               "[Year].[Id] = [A].[Id]\r\nORDER BY [A].[Year] DESC;\r\n");
 }
 
+TEST(StoredQueries, AJoinOfEqualNamesIsRefused)
+{
+    try {
+        ToClauses(u"SELECT A.x FROM A INNER JOIN A ON A.x = A.y");
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Number(), 3296);
+    }
+}
+
 TEST(StoredQueries, DamagedRowsAreRefused)
 {
     const std::optional<Text> no;

@@ -160,10 +160,14 @@ class CheckedFile(IndexedFile):
             if (bool(index["update"] & 1), bool(index["delete"] & 1)) != (bool(grbit & 256), bool(grbit & 4096)):
                 self.fault(f"relation {name}: attributes {grbit:#x}, cascades {index['update']} and {index['delete']}")
         tree, parent_tree = foreign["trees"][mine["real"]], parent["trees"][theirs["real"]]
-        for own, wanted, table in ((tree, "SZCOLUMN", foreign), (parent_tree, "SZREFERENCEDCOLUMN", parent)):
-            columns = [table["byNumber"][n]["name"].upper() for n, _ in own["columns"]]
-            if columns != [row[wanted].upper() for row in rows]:
-                self.fault(f"relation {name}: index of {table['name']} over {columns}")
+        def columns(table, own):
+            return [table["byNumber"][n]["name"].upper() for n, _ in own["columns"]]
+
+        pairs = sorted(zip(columns(foreign, tree), columns(parent, parent_tree)))
+        if len(tree["columns"]) != len(parent_tree["columns"]) or \
+                pairs != sorted((row["SZCOLUMN"].upper(), row["SZREFERENCEDCOLUMN"].upper()) for row in rows):
+            self.fault(f"relation {name}: indexes over {pairs}")
+            return
         if not parent_tree["flags"] & 1:
             self.fault(f"relation {name}: the index of {parent['name']} is not unique")
         if "keys" not in parent_tree:
