@@ -3,7 +3,8 @@
 #include <charconv>
 #include <cmath>
 
-#include "host/Json.h"
+#include "core/Error.h"
+#include "host/ValueText.h"
 
 namespace vmlib::host {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 
 #include "automation/Object.h"
@@ -42,18 +41,5 @@ Json FieldToJson(const Variant& value, bool isGuid);
 
 /// The same as one text; `whenNull` for Null.
 std::string FieldToText(const Variant& value, bool isGuid, std::string_view whenNull);
-
-/// "2024-03-05T06:00:00", the date alone when there is no time of day.
-std::string IsoDate(Date date);
-/// @throws Error 13 for a text of another form or a day that does not exist
-Date FromIsoDate(std::string_view text);
-
-/// Two capital digits a byte.
-std::string ToHex(std::string_view bytes);
-std::optional<std::string> FromHex(std::string_view digits);
-
-/// Invariant text of Currency and its reverse. @throws Error 13, 6
-std::string CurrencyText(Currency value);
-Currency FromCurrencyText(std::string_view text);
 
 }  // namespace vmlib::host

@@ -4,6 +4,7 @@
 #include "host/Info.h"
 #include "host/Json.h"
 #include "host/Leftovers.h"
+#include "host/ValueText.h"
 
 namespace vmlib::host {
 

@@ -71,12 +71,14 @@ void Catalogue::Load()
     objects_.clear();
     places_.clear();
     byKey_.clear();
-    const ColumnMask wanted = MaskOf(object::count, {object::id, object::parentId, object::name, object::type, object::flags, object::dateCreate, object::dateUpdate});
+    const ColumnMask wanted = MaskOf(object::count, {object::id, object::parentId, object::name, object::type,
+                                                     object::flags, object::dateCreate, object::dateUpdate});
     for (auto cursor = TableAt(objectsTable_, objectsTablePage).Scan(wanted); cursor.Next();) {
         objects_.push_back(EntryOf(cursor.Current()));
         places_.emplace(objects_.back().id, cursor.Where());
     }
-    std::ranges::stable_sort(objects_, [](const auto& left, const auto& right) { return CompareIgnoringCase(left.name, right.name) < 0; });
+    std::ranges::stable_sort(
+        objects_, [](const auto& left, const auto& right) { return CompareIgnoringCase(left.name, right.name) < 0; });
     for (std::size_t i = 0; i < objects_.size(); ++i) byKey_.emplace(KeyOf(objects_[i].name), i);
     loaded_ = pager_.Generation();
 }
@@ -141,8 +143,8 @@ std::int32_t Catalogue::Add(ObjectEntry entry, const Bytes& properties)
     return entry.id;
 }
 
-// What the container lets its children inherit: each holder of rights gets his own, the creator's go to Admin, who made the object. An Admin
-// without inheritable rights of his own gets all rights on a table.
+// What the container lets its children inherit: each holder of rights gets his own, the creator's go to Admin, who made
+// the object. An Admin without inheritable rights of his own gets all rights on a table.
 void Catalogue::AddRights(std::int32_t id, const ObjectEntry& entry)
 {
     Table& aces = TableAt(acesTable_, acesTablePage);
@@ -151,7 +153,8 @@ void Catalogue::AddRights(std::int32_t id, const ObjectEntry& entry)
     bool adminInherits = false;
     for (auto cursor = aces.Scan(); cursor.Next();) {
         const Row& row = cursor.Current();
-        if (FieldOr(row, ace::objectId, std::int32_t{0}) != entry.parent || !FieldOr(row, ace::inheritable, false)) continue;
+        if (FieldOr(row, ace::objectId, std::int32_t{0}) != entry.parent || !FieldOr(row, ace::inheritable, false))
+            continue;
         const Bytes sid = FieldOr(row, ace::sid, Bytes());
         const auto rights = FieldOr(row, ace::acm, std::int32_t{0});
         if (sid == system::adminSid) {

@@ -10,8 +10,8 @@
 
 namespace vmlib::jet {
 
-/// The objects of one file: rows of MSysObjects with their rights (MSysACEs) and properties (LvProp). Knows names, ids and types; not what a table
-/// looks like, and no recordsets.
+/// The objects of one file: rows of MSysObjects with their rights (MSysACEs) and properties (LvProp). Knows names, ids
+/// and types; not what a table looks like, and no recordsets.
 ///
 /// Changes need a running unit of work.
 class Catalogue
@@ -21,12 +21,14 @@ public:
 
     /// By name. Decoded once and again when the file changed.
     const std::vector<ObjectEntry>& Objects();
-    /// Names equal as the index of the names has it: without regard to case and trailing blanks. Valid until the catalogue changes.
+    /// Names equal as the index of the names has it: without regard to case and trailing blanks. Valid until the
+    /// catalogue changes.
     const ObjectEntry* Find(TextView name, std::int16_t type);
     /// Of any type, among the children of a container.
     const ObjectEntry* ChildNamed(std::int32_t container, TextView name);
 
-    /// Adds an object with the rights that its container gives. `entry.id` 0 takes the next number of the counter; dates are now.
+    /// Adds an object with the rights that its container gives. `entry.id` 0 takes the next number of the counter;
+    /// dates are now.
     /// @return the id
     std::int32_t Add(ObjectEntry entry, const Bytes& properties);
     /// The object, its rights and its properties.

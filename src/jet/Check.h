@@ -11,7 +11,8 @@ namespace vmlib::jet {
 struct CheckReport
 {
     std::vector<std::string> faults;  // UTF-8, one line each, with page numbers
-    std::vector<std::string> notes;   // what genuine files have too: pages that nobody owns, a row count that is off, unused maps
+    std::vector<std::string>
+        notes;  // what genuine files have too: pages that nobody owns, a row count that is off, unused maps
     std::size_t tables = 0, rows = 0, indexEntries = 0, pages = 0;
     bool Sound() const { return faults.empty(); }
 };
@@ -19,8 +20,8 @@ struct CheckReport
 /// The check of an open file; see below. The file is of format 3.
 CheckReport Check(Pager& pager);
 
-/// Every page owned once, maps against pages, free bytes, keys against rows and entries against keys, counts, relations against rows,
-/// catalogue against definitions. Never throws for damage: damage is a fault of the report.
+/// Every page owned once, maps against pages, free bytes, keys against rows and entries against keys, counts, relations
+/// against rows, catalogue against definitions. Never throws for damage: damage is a fault of the report.
 CheckReport Check(Database& database);
 
 }  // namespace vmlib::jet

@@ -79,7 +79,8 @@ bool CatalogueCheck::ReadObjects()
         object.type = static_cast<std::int32_t>(*type);
         object.parent = static_cast<std::int32_t>(NumberOf(catalogue->ValueOf(row, u"ParentId")).value_or(0));
         object.properties = BytesOf(catalogue->ValueOf(row, u"LvProp"));
-        if (!objects_.emplace(object.id, object).second) findings_.Fault("MSysObjects: " + Id(object.id) + " comes twice");
+        if (!objects_.emplace(object.id, object).second)
+            findings_.Fault("MSysObjects: " + Id(object.id) + " comes twice");
     }
     tables_.emplace(objectsTablePage, std::move(catalogue));
     return true;
@@ -109,9 +110,11 @@ void CatalogueCheck::CheckObjects()
 {
     for (const auto& [id, object] : objects_) {
         if (object.parent != rootId && !objects_.contains(object.parent)) {
-            findings_.Fault("MSysObjects: " + Printed(object.name) + " has the parent " + Id(object.parent) + ", which is not there");
+            findings_.Fault("MSysObjects: " + Printed(object.name) + " has the parent " + Id(object.parent) +
+                            ", which is not there");
         }
-        findings_.Guard("MSysObjects: properties of " + Printed(object.name), [&] { ObjectProperties::Decode(object.properties); });
+        findings_.Guard("MSysObjects: properties of " + Printed(object.name),
+                        [&] { ObjectProperties::Decode(object.properties); });
     }
 }
 
@@ -153,8 +156,8 @@ void CatalogueCheck::CheckQueries()
         }
         const auto [before, first] = last.emplace(std::pair(id, attribute), order);
         if (!first && order <= before->second) {
-            findings_.Fault("MSysQueries: rows of " + Printed(object->second.name) + " with attribute " + std::to_string(attribute) +
-                            " are out of order");
+            findings_.Fault("MSysQueries: rows of " + Printed(object->second.name) + " with attribute " +
+                            std::to_string(attribute) + " are out of order");
         }
         before->second = order;
     }

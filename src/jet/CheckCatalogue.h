@@ -8,7 +8,8 @@
 
 namespace vmlib::jet {
 
-/// Checks what the system tables say of each other and of the tables: objects, rights, properties, stored queries, relations.
+/// Checks what the system tables say of each other and of the tables: objects, rights, properties, stored queries,
+/// relations.
 class CatalogueCheck
 {
 public:
@@ -48,15 +49,16 @@ private:
         const TableDefinition& table;
         const IndexDefinition& index;
     };
-    void CheckRelationColumns(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows, const IndexOfTable& own,
-                              const IndexOfTable& other);
+    void CheckRelationColumns(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows,
+                              const IndexOfTable& own, const IndexOfTable& other);
 
     Pager& pager_;
     CheckFindings& findings_;
     PageLedger& ledger_;
     Tables tables_;  // by definition page
     std::map<std::int32_t, Object> objects_;
-    std::set<std::pair<PageNumber, std::uint32_t>> relationIndexes_;  // table and logical index that a relation accounts for
+    std::set<std::pair<PageNumber, std::uint32_t>>
+        relationIndexes_;  // table and logical index that a relation accounts for
 };
 
 }  // namespace vmlib::jet

@@ -117,15 +117,16 @@ void PageLedger::NoteLostPages()
         if (owners_[page] != nobody) continue;
         if (++count <= 20) list += " " + std::to_string(page);
     }
-    if (count > 0) findings_.Note(std::to_string(count) + " pages belong to nobody:" + list + (count > 20 ? " ..." : ""));
+    if (count > 0)
+        findings_.Note(std::to_string(count) + " pages belong to nobody:" + list + (count > 20 ? " ..." : ""));
 }
 
 void PageLedger::CheckFreeBytes(PageNumber page, std::size_t really, const std::string& who)
 {
     const auto stored = LoadLittle<std::uint16_t>(pager_.Read(page).Data() + freeBytesAt);
     if (stored != really) {
-        findings_.Fault(who + ": page " + std::to_string(page) + " counts " + std::to_string(stored) + " free bytes, has " +
-                        std::to_string(really));
+        findings_.Fault(who + ": page " + std::to_string(page) + " counts " + std::to_string(stored) +
+                        " free bytes, has " + std::to_string(really));
     }
 }
 

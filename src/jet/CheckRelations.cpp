@@ -1,5 +1,5 @@
-// Relations stand in three places that must agree: rows of MSysRelationships, a row of MSysObjects, and for enforced ones a
-// logical index on each side. And the rows of the foreign table must have their parents.
+// Relations stand in three places that must agree: rows of MSysRelationships, a row of MSysObjects, and for enforced
+// ones a logical index on each side. And the rows of the foreign table must have their parents.
 
 #include <algorithm>
 
@@ -55,18 +55,21 @@ void CatalogueCheck::CheckRelations()
         CheckRelation(who, *source, rows);
     }
     for (const Text& name : catalogued) {
-        if (!relations.contains(name)) findings_.Fault("relation " + Printed(name) + " has no rows in MSysRelationships");
+        if (!relations.contains(name))
+            findings_.Fault("relation " + Printed(name) + " has no rows in MSysRelationships");
     }
     for (const auto& [page, table] : tables_) {
         for (const IndexDefinition& index : table->Definition().indexes) {
             if (index.kind == IndexDefinition::Kind::Relation && !relationIndexes_.contains({page, index.number})) {
-                findings_.Fault(table->Name() + "." + Printed(index.name) + ": an index of a relation that is not there");
+                findings_.Fault(table->Name() + "." + Printed(index.name) +
+                                ": an index of a relation that is not there");
             }
         }
     }
 }
 
-void CatalogueCheck::CheckRelation(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows)
+void CatalogueCheck::CheckRelation(const std::string& name, const TableCheck& source,
+                                   const std::vector<const Row*>& rows)
 {
     const Row& first = *rows.front();
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -82,15 +85,17 @@ void CatalogueCheck::CheckRelation(const std::string& name, const TableCheck& so
     const TableCheck* foreign = TableNamed(TextOf(source, first, u"szObject"));
     const TableCheck* parent = TableNamed(TextOf(source, first, u"szReferencedObject"));
     if (foreign == nullptr || parent == nullptr) {
-        findings_.Fault(name + ": table " + Printed(TextOf(source, first, foreign == nullptr ? u"szObject" : u"szReferencedObject")) +
+        findings_.Fault(name + ": table " +
+                        Printed(TextOf(source, first, foreign == nullptr ? u"szObject" : u"szReferencedObject")) +
                         " is not there");
         return;
     }
     CheckRelationIndexes(name, source, rows, *foreign, *parent);
 }
 
-void CatalogueCheck::CheckRelationIndexes(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows,
-                                          const TableCheck& foreign, const TableCheck& parent)
+void CatalogueCheck::CheckRelationIndexes(const std::string& name, const TableCheck& source,
+                                          const std::vector<const Row*>& rows, const TableCheck& foreign,
+                                          const TableCheck& parent)
 {
     const Text relationName = TextOf(source, *rows.front(), u"szRelationship");
     const IndexDefinition* own = nullptr;
@@ -100,7 +105,8 @@ void CatalogueCheck::CheckRelationIndexes(const std::string& name, const TableCh
     if (own == nullptr) return findings_.Fault(name + ": " + foreign.Name() + " has no index of that name");
     const IndexDefinition* other = IndexNumbered(parent.Definition(), own->otherIndex);
     if (other == nullptr || other->kind != IndexDefinition::Kind::Relation) {
-        findings_.Fault(name + ": " + parent.Name() + " has no relation index number " + std::to_string(own->otherIndex));
+        findings_.Fault(name + ": " + parent.Name() + " has no relation index number " +
+                        std::to_string(own->otherIndex));
         return;
     }
     relationIndexes_.insert({foreign.Definition().page, own->number});
@@ -117,17 +123,20 @@ void CatalogueCheck::CheckRelationIndexes(const std::string& name, const TableCh
             findings_.Fault(name + ": index " + Printed(index->name) + " cascades otherwise than its attributes say");
         }
     }
-    if (!parent.Definition().TreeOf(*other).unique) findings_.Fault(name + ": the index of " + parent.Name() + " is not unique");
+    if (!parent.Definition().TreeOf(*other).unique)
+        findings_.Fault(name + ": the index of " + parent.Name() + " is not unique");
     CheckRelationColumns(name, source, rows, {foreign.Definition(), *own}, {parent.Definition(), *other});
 }
 
 /// Column by column the two trees pair the fields that the rows pair; in which order is the parent's index's business.
-void CatalogueCheck::CheckRelationColumns(const std::string& name, const TableCheck& source, const std::vector<const Row*>& rows,
-                                          const IndexOfTable& own, const IndexOfTable& other)
+void CatalogueCheck::CheckRelationColumns(const std::string& name, const TableCheck& source,
+                                          const std::vector<const Row*>& rows, const IndexOfTable& own,
+                                          const IndexOfTable& other)
 {
     std::set<std::pair<Text, Text>> wanted;
     for (const Row* row : rows) {
-        wanted.emplace(UpperCase(TextOf(source, *row, u"szColumn")), UpperCase(TextOf(source, *row, u"szReferencedColumn")));
+        wanted.emplace(UpperCase(TextOf(source, *row, u"szColumn")),
+                       UpperCase(TextOf(source, *row, u"szReferencedColumn")));
     }
     const auto columnName = [](const IndexOfTable& side, std::size_t i) {
         const auto position = side.table.ColumnNumbered(side.table.TreeOf(side.index).columns[i].column);
@@ -150,7 +159,8 @@ void CatalogueCheck::CollectNeededKeys()
     }
 }
 
-/// The keys that rows of the foreign table have in the tree of the primary one; its columns may descend where here they ascend.
+/// The keys that rows of the foreign table have in the tree of the primary one; its columns may descend where here they
+/// ascend.
 void CatalogueCheck::CollectNeededKeys(TableCheck& foreign, const IndexDefinition& index)
 {
     const auto parent = tables_.find(index.otherTable);
@@ -179,11 +189,12 @@ void CatalogueCheck::CheckParents()
             std::size_t orphans = 0;
             for (const auto& [key, row] : needed.keys) {
                 if (parents->HasKey(key) || ++orphans > greatestOrphanCount) continue;
-                findings_.Fault(needed.relation + ": row " + Printed(row) + " of " + table->Name() + " has no parent with key " +
-                                PrintedKey(key));
+                findings_.Fault(needed.relation + ": row " + Printed(row) + " of " + table->Name() +
+                                " has no parent with key " + PrintedKey(key));
             }
             if (orphans > greatestOrphanCount) {
-                findings_.Fault(needed.relation + ": " + std::to_string(orphans) + " keys of " + table->Name() + " have no parent");
+                findings_.Fault(needed.relation + ": " + std::to_string(orphans) + " keys of " + table->Name() +
+                                " have no parent");
             }
         }
     }

@@ -18,7 +18,8 @@ constexpr std::size_t greatestEntryFaults = 10;  // a tree
 
 }  // namespace
 
-TableCheck::TableCheck(Pager& pager, CheckFindings& findings, PageLedger& ledger, std::string name, PageNumber definitionPage)
+TableCheck::TableCheck(Pager& pager, CheckFindings& findings, PageLedger& ledger, std::string name,
+                       PageNumber definitionPage)
     : pager_(pager), findings_(findings), ledger_(ledger), name_(std::move(name)), page_(definitionPage)
 {
 }
@@ -46,7 +47,8 @@ void TableCheck::CheckColumns()
         }
     }
     for (std::size_t tree = 0; tree < definition_.trees.size(); ++tree) {
-        if (TreeName(tree) == name_ + ".") findings_.Fault(name_ + ": index tree " + std::to_string(tree) + " has no name");
+        if (TreeName(tree) == name_ + ".")
+            findings_.Fault(name_ + ": index tree " + std::to_string(tree) + " has no name");
     }
 }
 
@@ -131,7 +133,8 @@ void TableCheck::CheckMovedRows(const Slots& slots)
     std::set<RowPointer> reached;
     for (const auto& [from, to] : slots.movedAway) {
         if (!slots.movedHere.contains(to) || !reached.insert(to).second) {
-            findings_.Fault(name_ + ": row " + Printed(from) + " moved to " + Printed(to) + ", where no row of its own is");
+            findings_.Fault(name_ + ": row " + Printed(from) + " moved to " + Printed(to) +
+                            ", where no row of its own is");
             continue;
         }
         findings_.Guard(name_ + " row " + Printed(from), [&] {
@@ -169,8 +172,8 @@ void TableCheck::CheckValues(RowPointer at, const Row& row)
         const ColumnDefinition& column = definition_.columns[i];
         if (const auto* text = std::get_if<std::string>(&row[i]); text != nullptr && column.type == ColumnType::Text) {
             if (text->size() > column.size) {
-                findings_.Fault(name_ + " row " + Printed(at) + ": " + Printed(column.name) + " has " + std::to_string(text->size()) +
-                                " of " + std::to_string(column.size) + " characters");
+                findings_.Fault(name_ + " row " + Printed(at) + ": " + Printed(column.name) + " has " +
+                                std::to_string(text->size()) + " of " + std::to_string(column.size) + " characters");
             }
         }
         if (const auto* number = std::get_if<std::int32_t>(&row[i]); number != nullptr && column.autoNumber) {
@@ -187,7 +190,8 @@ void TableCheck::CheckCounts()
                        std::to_string(rowCount_));
     }
     if (greatestAutoNumber_ > static_cast<std::int32_t>(definition_.lastAutoNumber)) {
-        findings_.Fault(name_ + ": AutoNumber " + std::to_string(greatestAutoNumber_) + " was given, the last is said to be " +
+        findings_.Fault(name_ + ": AutoNumber " + std::to_string(greatestAutoNumber_) +
+                        " was given, the last is said to be " +
                         std::to_string(static_cast<std::int32_t>(definition_.lastAutoNumber)));
     }
 }
@@ -212,7 +216,8 @@ void TableCheck::ClaimLongValues()
     }
 }
 
-void TableCheck::ReadLongValue(const ColumnDefinition& column, std::span<const std::uint8_t> field, RowPointer row, Value& into)
+void TableCheck::ReadLongValue(const ColumnDefinition& column, std::span<const std::uint8_t> field, RowPointer row,
+                               Value& into)
 {
     if (field.size() < longFieldSize) throw Damaged(row.page, "a long value's field is cut off");
     const auto word = LoadLittle<std::uint32_t>(field.data());
@@ -240,8 +245,10 @@ Bytes TableCheck::ReadPieces(LongColumn& owned, RowPointer first, bool oneRow, s
 {
     Bytes bytes;
     for (RowPointer at = first; at.page != noPage;) {
-        if (!owned.pages.contains(at.page)) throw Damaged(at.page, "a long value stands on a page that its column does not own");
-        if (!owned.used.insert(at).second) throw Damaged(at.page, "a piece of a long value is used twice: row " + std::to_string(at.row));
+        if (!owned.pages.contains(at.page))
+            throw Damaged(at.page, "a long value stands on a page that its column does not own");
+        if (!owned.used.insert(at).second)
+            throw Damaged(at.page, "a piece of a long value is used twice: row " + std::to_string(at.row));
         const DataPage page(pager_.Read(at.page), DataPage::longValueOwner);
         if (at.row >= page.SlotCount() || page.At(at.row).state != SlotState::Row) {
             throw Damaged(at.page, "a piece of a long value is missing: row " + std::to_string(at.row));
@@ -327,11 +334,12 @@ void TableCheck::CheckEntries()
         std::size_t faults = 0;
         for (std::size_t at = 0; at < entries.Count(); ++at) {
             if (!entries.IsMarked(at) && ++faults <= greatestEntryFaults) {
-                findings_.Fault(TreeName(i) + ": entry " + PrintedKey(entries.KeyAt(at)) + " of row " + Printed(RowOf(entries.At(at))) +
-                                " follows from no row");
+                findings_.Fault(TreeName(i) + ": entry " + PrintedKey(entries.KeyAt(at)) + " of row " +
+                                Printed(RowOf(entries.At(at))) + " follows from no row");
             }
         }
-        if (faults > greatestEntryFaults) findings_.Fault(TreeName(i) + ": " + std::to_string(faults) + " entries follow from no row");
+        if (faults > greatestEntryFaults)
+            findings_.Fault(TreeName(i) + ": " + std::to_string(faults) + " entries follow from no row");
         if (!definition_.trees[i].unique) continue;
         for (std::size_t at = 1; at < entries.Count(); ++at) {
             const std::string_view key = entries.KeyAt(at);

@@ -65,7 +65,8 @@ private:
     void ClaimLongValues();
     void CheckUnusedLongValues();
     void CheckRow(RowPointer at, std::span<const std::uint8_t> bytes);
-    void ReadLongValue(const ColumnDefinition& column, std::span<const std::uint8_t> field, RowPointer row, Value& into);
+    void ReadLongValue(const ColumnDefinition& column, std::span<const std::uint8_t> field, RowPointer row,
+                       Value& into);
     Bytes ReadPieces(LongColumn& owned, RowPointer first, bool oneRow, std::size_t length);
     void CheckValues(RowPointer at, const Row& row);
     void WalkTrees();
@@ -85,9 +86,9 @@ private:
     std::vector<Row> rows_;
     std::size_t rowCount_ = 0;
     std::int64_t greatestAutoNumber_ = 0;
-    std::map<std::uint16_t, LongColumn> longColumns_;  // by column number
-    std::vector<std::optional<EntryList>> entries_;    // by real index
-    std::set<std::size_t> keysUnknown_;                // real indexes whose keys cannot be made
+    std::map<std::uint16_t, LongColumn> longColumns_;     // by column number
+    std::vector<std::optional<EntryList>> entries_;       // by real index
+    std::set<std::size_t> keysUnknown_;                   // real indexes whose keys cannot be made
     std::set<std::pair<std::size_t, Key>> keysWithNull_;  // of unique trees
     std::vector<NeededKeys> needed_;
 };

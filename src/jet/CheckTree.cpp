@@ -74,7 +74,8 @@ std::optional<EntryList> TreeCheck::Walk(const TreeDefinition& tree, PageNumber 
                         ", is linked to page " + std::to_string(edge.next));
     }
     for (const PageNumber page : owned) {
-        if (!pages_.contains(page)) findings_.Fault(who + ": page " + std::to_string(page) + " is in the map but not in the tree");
+        if (!pages_.contains(page))
+            findings_.Fault(who + ": page " + std::to_string(page) + " is in the map but not in the tree");
     }
     for (const PageNumber page : pages_) {
         if (!std::binary_search(owned.begin(), owned.end(), page)) {
@@ -84,8 +85,8 @@ std::optional<EntryList> TreeCheck::Walk(const TreeDefinition& tree, PageNumber 
     return std::move(entries_);
 }
 
-/// Visits what is under a page. Everything there comes behind `low` and not behind `*high`. The depth of the recursion is the
-/// number of levels, which IndexPage limits and which goes down by one each time.
+/// Visits what is under a page. Everything there comes behind `low` and not behind `*high`. The depth of the recursion
+/// is the number of levels, which IndexPage limits and which goes down by one each time.
 void TreeCheck::Visit(PageNumber number, std::optional<unsigned> level, const std::string& low, const std::string* high)
 {
     const IndexPage page(pager_.Read(number), owner_);
@@ -115,8 +116,9 @@ void TreeCheck::CheckLinks(const IndexPage& page)
 {
     Edge& before = edges_[page.Level()];
     if (page.Previous() != before.page || (before.page != noPage && before.next != page.Number())) {
-        findings_.Fault(who_ + ": page " + std::to_string(page.Number()) + " is linked back to " + std::to_string(page.Previous()) +
-                        "; before it stands page " + std::to_string(before.page) + ", linked to " + std::to_string(before.next));
+        findings_.Fault(who_ + ": page " + std::to_string(page.Number()) + " is linked back to " +
+                        std::to_string(page.Previous()) + "; before it stands page " + std::to_string(before.page) +
+                        ", linked to " + std::to_string(before.next));
     }
     before = {page.Number(), page.Next()};
 }
@@ -128,7 +130,8 @@ void TreeCheck::CheckOrder(const IndexPage& page, const std::string& low, const 
     for (std::size_t i = 0; i < page.Count(); ++i) {
         page.CopySeparator(i, entry);
         if (entry <= before) {
-            findings_.Fault(who_ + ": page " + std::to_string(page.Number()) + " entry " + std::to_string(i) + " is out of order");
+            findings_.Fault(who_ + ": page " + std::to_string(page.Number()) + " entry " + std::to_string(i) +
+                            " is out of order");
         }
         std::swap(before, entry);
     }

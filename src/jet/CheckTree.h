@@ -32,11 +32,15 @@ private:
     std::vector<bool> marked_;
 };
 
-/// Walks a whole tree from its root: kinds, levels, links, order, separators, free bytes, and the map against the pages.
+/// Walks a whole tree from its root: kinds, levels, links, order, separators, free bytes, and the map against the
+/// pages.
 class TreeCheck
 {
 public:
-    TreeCheck(Pager& pager, CheckFindings& findings, PageLedger& ledger) : pager_(pager), findings_(findings), ledger_(ledger) {}
+    TreeCheck(Pager& pager, CheckFindings& findings, PageLedger& ledger)
+        : pager_(pager), findings_(findings), ledger_(ledger)
+    {
+    }
 
     /// The entries of the leaves; no value when the tree could not be walked to its end.
     std::optional<EntryList> Walk(const TreeDefinition& tree, PageNumber owner, const std::string& who);

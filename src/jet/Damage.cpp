@@ -13,6 +13,9 @@ Text TextOf(PageNumber page, std::string_view finding)
 
 }  // namespace
 
-Damaged::Damaged(PageNumber page, std::string_view finding) : Error(number, TextOf(page, finding)), page_(page), finding_(finding) {}
+Damaged::Damaged(PageNumber page, std::string_view finding)
+    : Error(number, TextOf(page, finding)), page_(page), finding_(finding)
+{
+}
 
 }  // namespace vmlib::jet

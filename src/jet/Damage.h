@@ -8,7 +8,8 @@
 
 namespace vmlib::jet {
 
-/// A structure of the file that contradicts the format: error 3428 whose text names page and finding, so that repair can report it.
+/// A structure of the file that contradicts the format: error 3428 whose text names page and finding, so that repair
+/// can report it.
 ///
 ///     throw Damaged(pageNumber, "row 3 ends after the page");
 class Damaged : public Error

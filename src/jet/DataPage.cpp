@@ -8,19 +8,22 @@
 #include "core/ByteOrder.h"
 #include "jet/Damage.h"
 
-// A data page holds rows of one table, page maps, or pieces of long values. Offsets grow from the front, rows from the end.
+// A data page holds rows of one table, page maps, or pieces of long values. Offsets grow from the front, rows from the
+// end.
 //
 //   at  size  content
 //    0     2  01 01, the page kind
 //    2     2  free bytes between the last offset and the lowest row
 //    4     4  definition page of the owning table; 0 on a page of maps (1 on page 1); "LVAL" on a page of long values
 //    8     2  n, the number of slots, at most 255
-//   10    2n  offsets; top bits C000: deleted; 4000: the row holds only a pointer to where it moved; 8000: a row that moved here
+//   10    2n  offsets; top bits C000: deleted; 4000: the row holds only a pointer to where it moved; 8000: a row that
+//   moved here
 //             free space
 //             row n-1 ... row 0, which ends at byte 2048
 //
-// A row ends where the row before it begins. A deleted slot has no bytes: its offset is that of the slot before it (2048 for the first), and it
-// keeps its place, because row pointers count slots. Source: docs/file-format.md, "Data pages".
+// A row ends where the row before it begins. A deleted slot has no bytes: its offset is that of the slot before it
+// (2048 for the first), and it keeps its place, because row pointers count slots. Source: docs/file-format.md, "Data
+// pages".
 
 namespace vmlib::jet {
 
@@ -45,7 +48,8 @@ bool DataPage::Is(const PageRef& page, std::uint32_t owner)
 
 DataPage::DataPage(PageRef page, std::uint32_t owner) : page_(std::move(page))
 {
-    if (page_.Data()[0] != static_cast<std::uint8_t>(PageKind::Data)) throw Damaged(page_.Number(), "a page of rows is of another kind");
+    if (page_.Data()[0] != static_cast<std::uint8_t>(PageKind::Data))
+        throw Damaged(page_.Number(), "a page of rows is of another kind");
     if (!Is(page_, owner)) throw Damaged(page_.Number(), "a page of rows belongs to another owner");
     slotCount_ = LoadLittle<std::uint16_t>(page_.Data() + slotCountAt);
     if (slotCount_ > greatestSlotCount) throw Damaged(page_.Number(), "a page of rows counts more than 255 of them");

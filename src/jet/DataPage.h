@@ -70,7 +70,8 @@ public:
     std::uint8_t Append(std::span<const std::uint8_t> row, SlotState state = SlotState::Row);
     /// True when the slot's row can become that long.
     bool CanHold(std::size_t index, std::size_t rowSize) const;
-    /// Gives the slot new bytes, which may lie in this page, of another length; CanHold is true (assert). @throws Damaged before anything changes
+    /// Gives the slot new bytes, which may lie in this page, of another length; CanHold is true (assert). @throws
+    /// Damaged before anything changes
     void Replace(std::size_t index, std::span<const std::uint8_t> row, SlotState state);
     /// The slot stays, its bytes become free.
     void Delete(std::size_t index) { Replace(index, {}, SlotState::Deleted); }

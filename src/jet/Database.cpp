@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/ByteOrder.h"
 #include "jet/Design.h"
 #include "jet/HeaderPage.h"
 #include "jet/Queries.h"
@@ -23,7 +24,8 @@ void AsUnit(DatabaseFile& file, Change change)
 
 }  // namespace
 
-Database::Database(std::shared_ptr<WorkspaceState> workspace, std::shared_ptr<DatabaseFile> file, bool readOnly, bool exclusive)
+Database::Database(std::shared_ptr<WorkspaceState> workspace, std::shared_ptr<DatabaseFile> file, bool readOnly,
+                   bool exclusive)
     : workspace_(std::move(workspace)), file_(std::move(file)), readOnly_(readOnly), exclusive_(exclusive)
 {
 }
@@ -208,6 +210,20 @@ void Database::RenameQuery(TextView from, TextView to)
 {
     DatabaseFile& file = FileToChange(from);
     AsUnit(file, [&] { jet::RenameQuery(file, from, to); });
+}
+
+void Database::ClearDamageMarks()
+{
+    DatabaseFile& file = File();
+    if (readOnly_) throw Error(ErrorNumber::ReadOnly);
+    AsUnit(file, [&] {
+        const PageEdit header = file.GetPager().Edit(0);  // slot 0 gets its next word with the commit
+        for (std::size_t at = 0; at < sizeof(CommitWords); at += 2) {
+            std::uint8_t* const word = header.Data() + commitWordsAt + at;
+            const auto value = LoadLittle<std::uint16_t>(word);
+            if (value == writingWord || value == damagedWord) StoreLittle(word, firstWord);
+        }
+    });
 }
 
 void Database::SetPassword(TextView oldPassword, TextView newPassword)

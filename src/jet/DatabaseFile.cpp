@@ -6,7 +6,8 @@
 
 namespace vmlib::jet {
 
-DatabaseFile::DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options, std::function<Date()> now)
+DatabaseFile::DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options,
+                           std::function<Date()> now)
     : files_(files),
       path_(file->Path()),
       temporaryFolder_(options.temporaryFolder),

@@ -25,7 +25,8 @@ public:
     PageAllocator& Allocator() { return allocator_; }
     Catalogue& Objects() { return catalogue_; }
 
-    /// The table, with name and properties as the catalogue has them; keeps the file open. @throws Error with `missing` when there is none
+    /// The table, with name and properties as the catalogue has them; keeps the file open. @throws Error with `missing`
+    /// when there is none
     std::shared_ptr<Table> OpenTable(TextView name, ErrorNumber missing = ErrorNumber::NoSuchTable);
     /// Forgets what is known of a table whose design has changed: who opens it from now on gets a new object.
     void ForgetTable(PageNumber page) { tables_.erase(page); }

@@ -73,8 +73,9 @@ std::optional<std::size_t> TableDefinition::ColumnNumbered(std::uint16_t number)
 
 const IndexDefinition* TableDefinition::IndexNamed(TextView wanted) const
 {
-    const auto found = std::find_if(indexes.begin(), indexes.end(),
-                                    [&](const IndexDefinition& index) { return EqualIgnoringCase(index.name, wanted); });
+    const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const IndexDefinition& index) {
+        return EqualIgnoringCase(index.name, wanted);
+    });
     return found == indexes.end() ? nullptr : &*found;
 }
 

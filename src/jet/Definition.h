@@ -29,8 +29,8 @@ enum class ColumnType : std::uint8_t
 };
 
 bool IsKnown(ColumnType type);
-bool IsLongValue(ColumnType type);                 // memo, long binary
-bool IsTextual(ColumnType type);                   // text, memo
+bool IsLongValue(ColumnType type);                        // memo, long binary
+bool IsTextual(ColumnType type);                          // text, memo
 std::optional<std::uint16_t> FixedSize(ColumnType type);  // bytes of types that have one size; Boolean 1
 
 inline constexpr std::uint16_t generalOrder = 0x0409;
@@ -49,22 +49,23 @@ struct ColumnDefinition
 {
     Text name;
     ColumnType type = ColumnType::Long;
-    std::uint16_t size = 0;      // bytes; text: characters 1 to 255; long values 0
-    bool fixedSize = false;      // numbers, dates, GUIDs always; text and binary when made so
-    bool autoNumber = false;     // Long
+    std::uint16_t size = 0;   // bytes; text: characters 1 to 255; long values 0
+    bool fixedSize = false;   // numbers, dates, GUIDs always; text and binary when made so
+    bool autoNumber = false;  // Long
     std::uint16_t ordinalPosition = 0;
 
     // Set by the file; of a new table they are filled in when it is created.
-    std::uint16_t number = 0;          // names the column in rows and indexes; never reused
+    std::uint16_t number = 0;           // names the column in rows and indexes; never reused
     std::uint16_t variableOrdinal = 0;  // among the variable columns ever made
     std::uint16_t fixedOffset = 0;      // among the fixed fields of a row, after the count
     std::uint8_t flags = 0;             // as stored
     SortLocale locale;
-    std::optional<std::uint32_t> ownedMap, roomMap;  // of long value columns: row pointers of their page maps; room 0: none
+    std::optional<std::uint32_t> ownedMap,
+        roomMap;  // of long value columns: row pointers of their page maps; room 0: none
 
     PropertyList properties;  // Required, AllowZeroLength, DefaultValue, ValidationRule ... as LvProp has them
 
-    bool Required() const;                      // absent: no
+    bool Required() const;                        // absent: no
     std::optional<bool> AllowZeroLength() const;  // absent: reads as False, but "" is accepted
 };
 
@@ -86,7 +87,7 @@ struct IndexDefinition
     };
     Text name;
     Kind kind = Kind::Plain;
-    std::uint32_t number = 0;    // logical number, as relations name it
+    std::uint32_t number = 0;     // logical number, as relations name it
     std::uint32_t realIndex = 0;  // position among TableDefinition::trees
 
     // Of a relation's index (kind Relation) only.
@@ -101,27 +102,27 @@ struct TreeDefinition
 {
     std::vector<IndexColumn> columns;
     bool unique = false;
-    bool ignoreNulls = false;  // rows whose key is all Null have no entry
-    bool required = false;     // no Null in a key
+    bool ignoreNulls = false;    // rows whose key is all Null have no entry
+    bool required = false;       // no Null in a key
     std::uint32_t ownedMap = 0;  // row pointer of the map of its pages
     PageNumber root = noPage;
-    std::uint8_t otherFlags = 0;      // bits that nobody understands, kept
-    std::uint32_t entryCount = 0;     // as stored: 0 or the entries when the tree was built
-    std::uint32_t distinctKeys = 0;   // as stored; genuine files let it drift
+    std::uint8_t otherFlags = 0;     // bits that nobody understands, kept
+    std::uint32_t entryCount = 0;    // as stored: 0 or the entries when the tree was built
+    std::uint32_t distinctKeys = 0;  // as stored; genuine files let it drift
 };
 
 struct TableDefinition
 {
     Text name;
-    PageNumber page = noPage;  // first definition page; the table's id
-    bool system = false;       // kind 'S'
+    PageNumber page = noPage;               // first definition page; the table's id
+    bool system = false;                    // kind 'S'
     std::vector<ColumnDefinition> columns;  // by ordinal position, then as stored
     std::vector<IndexDefinition> indexes;   // by name
     std::vector<TreeDefinition> trees;
 
-    std::uint32_t rowCount = 0;        // as the definition says; files not closed properly may be off
+    std::uint32_t rowCount = 0;  // as the definition says; files not closed properly may be off
     std::uint32_t lastAutoNumber = 0;
-    std::uint16_t columnsEver = 0;     // deleted ones included; rows have presence bits for that many at most
+    std::uint16_t columnsEver = 0;  // deleted ones included; rows have presence bits for that many at most
     std::uint16_t variableColumnsEver = 0;
     std::uint32_t ownedMap = 0, roomMap = 0;
 
@@ -142,7 +143,8 @@ struct NewIndex
     bool primary = false, unique = false, required = false, ignoreNulls = false;
 };
 
-/// A relation as MSysRelationships holds it. Attributes are DAO's: 1 unique, 2 not enforced, 256 cascade update, 4096 cascade delete ...
+/// A relation as MSysRelationships holds it. Attributes are DAO's: 1 unique, 2 not enforced, 256 cascade update, 4096
+/// cascade delete ...
 struct RelationDefinition
 {
     Text name;

@@ -7,8 +7,8 @@
 #include "core/ByteOrder.h"
 #include "jet/Damage.h"
 
-// A table definition fills the first page behind its head and goes on behind the heads of further pages. Offsets count in the joined bytes, which
-// have the first page's head and none of the others.
+// A table definition fills the first page behind its head and goes on behind the heads of further pages. Offsets count
+// in the joined bytes, which have the first page's head and none of the others.
 //
 //   at  size  content
 //    0     4  02 01 'V' 'C', on every page of the chain
@@ -25,18 +25,23 @@
 //   35     4  row pointer of the map of its data pages
 //   39     4  row pointer of the map of those with room
 //   43    8r  per real index: entries when it was built or 0; distinct keys
-//        18c  per column: type (1), number (2), variable columns before it (2), ordinal position (2), COUNTRY, LANGID, code page (2 each),
+//        18c  per column: type (1), number (2), variable columns before it (2), ordinal position (2), COUNTRY, LANGID,
+//        code page (2 each),
 //             flags (1), offset among the fixed fields (2; of a variable column anything), size (2)
 //             per column: length (1) and name
-//        39r  per real index: ten times column number (2; FFFF unused) and 1 ascending or 0 descending (1); row pointer of the map of its
+//        39r  per real index: ten times column number (2; FFFF unused) and 1 ascending or 0 descending (1); row pointer
+//        of the map of its
 //             pages (4); root page (4); flags (1)
-//        20l  per logical index, by name: number (4), real index (4), side of the relation (1), index of the other table (4; -1), definition
+//        20l  per logical index, by name: number (4), real index (4), side of the relation (1), index of the other
+//        table (4; -1), definition
 //             page of the other table (4), cascade update (1), cascade delete (1), kind (1)
 //             per logical index: length (1) and name
-//             per memo and long binary column: number (2), row pointers of the maps of its pages and of those with room (4 each; 0 none)
+//             per memo and long binary column: number (2), row pointers of the maps of its pages and of those with room
+//             (4 each; 0 none)
 //          2  FFFF
 //
-// A definition that ends exactly at the end of a page has one more, empty page. Source: docs/file-format.md, "Table definitions".
+// A definition that ends exactly at the end of a page has one more, empty page. Source: docs/file-format.md, "Table
+// definitions".
 
 namespace vmlib::jet {
 
@@ -83,7 +88,10 @@ public:
         return bytes_.subspan(at_ - size, size);
     }
     std::size_t At() const { return at_; }
-    [[noreturn]] void Fail(const std::string& finding) const { throw Damaged(page_, "the table definition " + finding); }
+    [[noreturn]] void Fail(const std::string& finding) const
+    {
+        throw Damaged(page_, "the table definition " + finding);
+    }
 
 private:
     std::span<const std::uint8_t> bytes_;
@@ -190,7 +198,8 @@ void CheckColumns(const TableDefinition& table, const Reader& reader)
             const std::size_t size = column.type == ColumnType::Boolean ? 0 : column.size;
             if (column.fixedOffset + size > pageSize) reader.Fail(name + " a place outside a row");
             if (IsLongValue(column.type)) reader.Fail(name + " a fixed place though its length varies");
-            if (FixedSize(column.type).value_or(column.size) != column.size) reader.Fail(name + " a size that its type does not have");
+            if (FixedSize(column.type).value_or(column.size) != column.size)
+                reader.Fail(name + " a size that its type does not have");
         } else {
             if (column.variableOrdinal >= ordinals.size() || ordinals[column.variableOrdinal]) {
                 reader.Fail(name + " a place among the variable columns that cannot be");
@@ -288,8 +297,8 @@ Bytes JoinedPages(Pager& pager, const std::vector<PageNumber>& pages)
     return joined;
 }
 
-/// Pages that a joined definition takes. One that fills its last page has an empty page behind it: without that the format's own engine calls
-/// the file unrecognized.
+/// Pages that a joined definition takes. One that fills its last page has an empty page behind it: without that the
+/// format's own engine calls the file unrecognized.
 std::size_t PagesFor(std::size_t length)
 {
     return length < pageSize ? 1 : 2 + (length - pageSize) / continuedBytes;
@@ -340,9 +349,11 @@ TableDefinition DecodeDefinition(const Bytes& joined, PageNumber first)
     const auto treeCount = from.Take<std::uint32_t>();
     table.ownedMap = from.Take<std::uint32_t>();
     table.roomMap = from.Take<std::uint32_t>();
-    if (table.columnsEver > greatestColumnCount || columnCount > table.columnsEver) from.Fail("counts more columns than a row can have");
+    if (table.columnsEver > greatestColumnCount || columnCount > table.columnsEver)
+        from.Fail("counts more columns than a row can have");
     if (table.variableColumnsEver > table.columnsEver) from.Fail("counts more variable columns than columns");
-    if (treeCount > greatestIndexCount || indexCount > length / indexSize) from.Fail("counts more indexes than it holds");
+    if (treeCount > greatestIndexCount || indexCount > length / indexSize)
+        from.Fail("counts more indexes than it holds");
     if (table.ownedMap == 0 || table.roomMap == 0) from.Fail("names no page map");
 
     for (std::uint32_t i = 0; i < treeCount; ++i) {
@@ -369,11 +380,13 @@ Bytes EncodeDefinition(const TableDefinition& table)
 {
     std::vector<const ColumnDefinition*> columns;
     for (const ColumnDefinition& column : table.columns) columns.push_back(&column);
-    std::sort(columns.begin(), columns.end(), [](const auto* left, const auto* right) { return left->number < right->number; });
+    std::sort(columns.begin(), columns.end(),
+              [](const auto* left, const auto* right) { return left->number < right->number; });
     std::vector<const IndexDefinition*> indexes;
     for (const IndexDefinition& index : table.indexes) indexes.push_back(&index);
-    std::stable_sort(indexes.begin(), indexes.end(),
-                     [](const auto* left, const auto* right) { return CompareIgnoringCase(left->name, right->name) < 0; });
+    std::stable_sort(indexes.begin(), indexes.end(), [](const auto* left, const auto* right) {
+        return CompareIgnoringCase(left->name, right->name) < 0;
+    });
 
     Writer to;
     PutHead(to, table);

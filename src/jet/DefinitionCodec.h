@@ -8,14 +8,16 @@
 /// Table definitions to bytes and back, and the pages that these bytes stand on. Knows no rows and no keys.
 namespace vmlib::jet {
 
-/// The pages of a definition in their order. @throws Damaged when a page is of another kind or the chain comes back to itself
+/// The pages of a definition in their order. @throws Damaged when a page is of another kind or the chain comes back to
+/// itself
 std::vector<PageNumber> DefinitionPages(Pager& pager, PageNumber first);
 
-/// Without name and properties, which the catalogue holds. @throws Damaged when pointers, counts or lengths contradict each other
+/// Without name and properties, which the catalogue holds. @throws Damaged when pointers, counts or lengths contradict
+/// each other
 TableDefinition ReadDefinitionPages(Pager& pager, PageNumber first);
 
-/// Writes a definition over the pages of the one that stands at `definition.page`, which may be a zero page; takes or gives back pages behind it.
-/// Row count and last AutoNumber are written as `definition` has them.
+/// Writes a definition over the pages of the one that stands at `definition.page`, which may be a zero page; takes or
+/// gives back pages behind it. Row count and last AutoNumber are written as `definition` has them.
 void WriteDefinitionPages(Pager& pager, PageAllocator& allocator, const TableDefinition& definition);
 
 /// The definition as one piece, with the head of its first page and none of the others.

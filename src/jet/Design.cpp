@@ -123,7 +123,8 @@ void DropIndex(DatabaseFile& file, TextView tableName, TextView name)
     if (index == nullptr) throw Error(ErrorNumber::NoSuchIndex, {definition.name, Text(name)});
     const bool used = index->kind == IndexDefinition::Kind::Relation ||
                       std::ranges::any_of(definition.indexes, [&](const IndexDefinition& other) {
-                          return other.kind == IndexDefinition::Kind::Relation && other.otherTableKind == 1 && other.realIndex == index->realIndex;
+                          return other.kind == IndexDefinition::Kind::Relation && other.otherTableKind == 1 &&
+                                 other.realIndex == index->realIndex;
                       });
     if (used) throw Error(ErrorNumber::IndexInUse);
     table->RemoveIndex(name);
@@ -153,7 +154,8 @@ void AddColumn(DatabaseFile& file, TextView tableName, ColumnDefinition column)
 void DropColumn(DatabaseFile& file, TextView tableName, TextView column)
 {
     const auto table = file.OpenTable(tableName);
-    if (!table->Definition().ColumnNamed(column)) throw Error(ErrorNumber::NoSuchField, {table->Definition().name, Text(column)});
+    if (!table->Definition().ColumnNamed(column))
+        throw Error(ErrorNumber::NoSuchField, {table->Definition().name, Text(column)});
     if (RelationUsesField(file, tableName, column)) throw Error(ErrorNumber::FieldInRelation);
     table->RemoveColumn(column);
     const std::int32_t id = IdOf(*table);

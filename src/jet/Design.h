@@ -2,8 +2,8 @@
 
 #include "jet/DatabaseFile.h"
 
-/// Changes of the design of tables: definition pages, catalogue and properties in step. They need a running unit of work. Error numbers are those
-/// that Database states.
+/// Changes of the design of tables: definition pages, catalogue and properties in step. They need a running unit of
+/// work. Error numbers are those that Database states.
 namespace vmlib::jet {
 
 void CreateTable(DatabaseFile& file, const TableDefinition& wanted);

@@ -93,7 +93,8 @@ private:
 class EntrySorter::RunReader
 {
 public:
-    RunReader(TemporaryFile& file, const Run& run, std::span<std::uint8_t> buffer) : file_(file), run_(run), buffer_(buffer)
+    RunReader(TemporaryFile& file, const Run& run, std::span<std::uint8_t> buffer)
+        : file_(file), run_(run), buffer_(buffer)
     {
         Next();
     }
@@ -176,7 +177,8 @@ void EntrySorter::Add(std::string_view entry)
     greatestEntry_ = std::max(greatestEntry_, entry.size());
     ++itemCount_;
     new (FirstItem()) Item(item);
-    const std::string_view first(reinterpret_cast<const char*>(memory_.get()), itemCount_ == 1 ? entry.size() : common_);
+    const std::string_view first(reinterpret_cast<const char*>(memory_.get()),
+                                 itemCount_ == 1 ? entry.size() : common_);
     common_ = CommonPrefix(first, entry);
 }
 
@@ -224,7 +226,8 @@ void EntrySorter::ForEach(const std::function<bool(std::string_view)>& visit)
     }
 }
 
-/// The memory, empty now, serves as the buffers of the runs. (A buffer must hold an entry; a file of 1 GB makes some hundred runs.)
+/// The memory, empty now, serves as the buffers of the runs. (A buffer must hold an entry; a file of 1 GB makes some
+/// hundred runs.)
 void EntrySorter::Merge(const std::function<bool(std::string_view)>& visit)
 {
     const std::size_t bufferSize = std::max(memorySize_ / runs_.size(), RunReader::sizeSize + greatestEntry_);

@@ -9,8 +9,8 @@
 
 namespace vmlib::jet {
 
-/// Sorts byte strings of up to 64 KiB each with bounded memory: what does not fit is written to a temporary file in sorted runs.
-/// The file is removed with the sorter.
+/// Sorts byte strings of up to 64 KiB each with bounded memory: what does not fit is written to a temporary file in
+/// sorted runs. The file is removed with the sorter.
 class EntrySorter
 {
 public:
@@ -25,7 +25,8 @@ public:
     /// @throws Error 3026, 3043 when the temporary file cannot be written
     void Add(std::string_view entry);
 
-    /// Calls `visit` for all entries in ascending order; it returns false to stop. May be repeated; nothing is added afterwards.
+    /// Calls `visit` for all entries in ascending order; it returns false to stop. May be repeated; nothing is added
+    /// afterwards.
     void ForEach(const std::function<bool(std::string_view)>& visit);
 
 private:

@@ -54,7 +54,8 @@ PageEdit FilePager::Edit(PageNumber number)
     assert(!levels_.empty() && !prepared_);
     RequireSound();
     if (options_.readOnly) throw Error(ErrorNumber::ReadOnly);
-    if (RequireWriting()) throw Error(ErrorNumber::DataChanged);  // what the caller saw before this edit is no longer so
+    if (RequireWriting())
+        throw Error(ErrorNumber::DataChanged);  // what the caller saw before this edit is no longer so
     Frame* const page = Load(number);
     Remember(*page);
     page->dirty = true;
@@ -116,8 +117,8 @@ void FilePager::MakeRoom()
     }
 }
 
-// Pages that somebody holds stay dirty, because he may be about to change them further. The header page stays in memory: in the file its commit
-// word says that somebody is writing.
+// Pages that somebody holds stay dirty, because he may be about to change them further. The header page stays in
+// memory: in the file its commit word says that somebody is writing.
 void FilePager::SpillDirty()
 {
     std::vector<Frame*> dirty = cache_.Dirty();

@@ -18,9 +18,9 @@ namespace vmlib::jet {
 struct PagerOptions
 {
     bool readOnly = false;
-    bool shared = false;     // opened with FileSharing::Shared: others may read and write, so locks are taken
-    bool isPrivate = false;  // made by this process and held exclusively: no journal before the first Settle
-    Text temporaryFolder;    // for savepoints that do not fit in memory
+    bool shared = false;            // opened with FileSharing::Shared: others may read and write, so locks are taken
+    bool isPrivate = false;         // made by this process and held exclusively: no journal before the first Settle
+    Text temporaryFolder;           // for savepoints that do not fit in memory
     std::size_t cachePages = 4096;  // 8 MiB
     std::size_t imagePages = 1024;  // of before-images in memory
     int lockWait = 1000;            // milliseconds that a writer waits for another writer
@@ -29,8 +29,9 @@ struct PagerOptions
 
 /// The Pager over an open file. One thread at a time.
 ///
-/// A unit of work writes nothing to the file before its outermost commit, unless the cache is full of changed pages: then they are spilled into the
-/// file behind a synced journal, as a commit would write them. Private files are written whenever it suits the cache.
+/// A unit of work writes nothing to the file before its outermost commit, unless the cache is full of changed pages:
+/// then they are spilled into the file behind a synced journal, as a commit would write them. Private files are written
+/// whenever it suits the cache.
 class FilePager final : public Pager
 {
 public:
@@ -58,18 +59,21 @@ public:
 
     /// A unit that takes no lock before something in it changes: the transactions of a workspace, which may only read.
     void BeginLazyUnit();
-    /// The two halves of committing the outermost unit, for a commit over several files: after PrepareCommit everything is in the file and on the
-    /// disk, but a crash or RollbackUnit still undoes it; FinishCommit makes it count and ends the unit.
+    /// The two halves of committing the outermost unit, for a commit over several files: after PrepareCommit everything
+    /// is in the file and on the disk, but a crash or RollbackUnit still undoes it; FinishCommit makes it count and
+    /// ends the unit.
     void PrepareCommit();
     void FinishCommit();
     std::size_t UnitDepth() const { return levels_.size(); }
 
-    /// Writes a private file out and syncs it; from then on it is journalled as any other. Within a unit this happens when the unit ends.
+    /// Writes a private file out and syncs it; from then on it is journalled as any other. Within a unit this happens
+    /// when the unit ends.
     void Settle();
     bool IsPrivate() const { return options_.isPrivate; }
 
-    /// The same file with other rights: closes the descriptor and opens it again, with the former rights when the new ones are refused. Two shared
-    /// descriptors overlap instead. @throws what `open` throws; nothing may be going on (no unit, no reading)
+    /// The same file with other rights: closes the descriptor and opens it again, with the former rights when the new
+    /// ones are refused. Two shared descriptors overlap instead. @throws what `open` throws; nothing may be going on
+    /// (no unit, no reading)
     using Opener = std::function<std::unique_ptr<OpenFile>(bool readOnly, bool shared)>;
     void Reopen(const Opener& open, bool readOnly, bool shared);
 
@@ -128,17 +132,17 @@ private:
     std::unique_ptr<Journal> idleJournal_;  // of an exclusive opener, between two units
 
     PageNumber pageCount_ = 0;
-    CommitWords knownWords_{};    // as of the pages in memory
+    CommitWords knownWords_{};  // as of the pages in memory
     std::uint64_t knownSize_ = 0;
     std::uint64_t generation_ = 1;
     std::uint64_t preparedSize_ = 0;
     std::size_t readDepth_ = 0;
-    bool writingHeld_ = false;    // FileLock::Writing
-    bool overwriting_ = false;    // pages of the unit may stand in the file
-    bool prepared_ = false;       // all of them do, and are on the disk
+    bool writingHeld_ = false;  // FileLock::Writing
+    bool overwriting_ = false;  // pages of the unit may stand in the file
+    bool prepared_ = false;     // all of them do, and are on the disk
     bool settleWanted_ = false;
     std::thread::id owner_ = std::this_thread::get_id();
-    bool failed_ = false;         // the file could not be brought back to a known state: nothing goes any more
+    bool failed_ = false;  // the file could not be brought back to a known state: nothing goes any more
 };
 
 }  // namespace vmlib::jet

@@ -56,7 +56,8 @@ bool FilePager::RequireWriting()
 // Called with the reading or the writing lock: nobody commits at the moment.
 void FilePager::Refresh()
 {
-    if (CommitWordOf(file_.ReadCommitWords()) == writingWord && CommitWordOf(knownWords_) != writingWord) WaitForWriter();
+    if (CommitWordOf(file_.ReadCommitWords()) == writingWord && CommitWordOf(knownWords_) != writingWord)
+        WaitForWriter();
     const CommitWords words = file_.ReadCommitWords();
     const std::uint64_t size = file_.Size();
     if (words == knownWords_ && size == knownSize_) return;
@@ -65,8 +66,8 @@ void FilePager::Refresh()
     Reload();
 }
 
-// Among ourselves 0000 under a lock means that a writer died: his journal is played back. Other programs for the format take other locks; their
-// 0000 passes by itself.
+// Among ourselves 0000 under a lock means that a writer died: his journal is played back. Other programs for the format
+// take other locks; their 0000 passes by itself.
 void FilePager::WaitForWriter()
 {
     const Text path = file_.Port().Path();

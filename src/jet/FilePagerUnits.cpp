@@ -76,7 +76,8 @@ void FilePager::FinishCommit()
     if (settleWanted_) Settle();
 }
 
-// The journal could not be made invalid, or perhaps it was: only when it surely counts again may the old pages come back.
+// The journal could not be made invalid, or perhaps it was: only when it surely counts again may the old pages come
+// back.
 void FilePager::UndoPrepared() noexcept
 {
     try {
@@ -112,7 +113,8 @@ void FilePager::RollbackUnit() noexcept
     }
 }
 
-// A private file that was damaged by a failed write is written again whole: the pages are dirty until the sync has said that they are there.
+// A private file that was damaged by a failed write is written again whole: the pages are dirty until the sync has said
+// that they are there.
 void FilePager::Settle()
 {
     if (!options_.isPrivate) return;
@@ -143,8 +145,8 @@ void FilePager::Settle()
     knownSize_ = file_.Size();
 }
 
-// Which savepoints need a copy of a page before it changes: the outermost one of a journalled file has its journal, and pages that are younger
-// than the savepoint go with it.
+// Which savepoints need a copy of a page before it changes: the outermost one of a journalled file has its journal, and
+// pages that are younger than the savepoint go with it.
 bool FilePager::ImageWanted(std::size_t level, PageNumber number) const
 {
     if (level == 0 && !options_.isPrivate) return false;
@@ -161,7 +163,8 @@ void FilePager::Remember(Frame& page)
 void FilePager::KeepBeforeImage(const Frame& page)
 {
     if (journal_ == nullptr) StartJournal();
-    if (page.number < levels_.front().pageCount && !journal_->Holds(page.number)) journal_->Append(page.number, page.bytes);
+    if (page.number < levels_.front().pageCount && !journal_->Holds(page.number))
+        journal_->Append(page.number, page.bytes);
 }
 
 // Journals of this file were settled when it was opened or locked; what is still there belongs to another file.
@@ -183,7 +186,8 @@ void FilePager::StartJournal()
     journal_->Append(0, header);  // every commit changes the commit word
 }
 
-// An exclusive opener keeps the file for its next unit, which saves making and deleting a name each time; nobody else looks at it meanwhile.
+// An exclusive opener keeps the file for its next unit, which saves making and deleting a name each time; nobody else
+// looks at it meanwhile.
 void FilePager::PutJournalAway() noexcept
 {
     if (!options_.shared && journal_->CanRestart()) {
@@ -259,7 +263,8 @@ void FilePager::RestoreImages(Level& level)
     level.images.clear();
 }
 
-// Afterwards the file is as before the unit, on the disk too; or, when that fails, the journal stays and the pager refuses to go on.
+// Afterwards the file is as before the unit, on the disk too; or, when that fails, the journal stays and the pager
+// refuses to go on.
 void FilePager::RollbackJournalled() noexcept
 {
     if (journal_ == nullptr && pageCount_ == levels_.front().pageCount) return;

@@ -35,9 +35,9 @@ namespace vmlib::jet {
 enum class HeaderFault
 {
     None,
-    NotJet,      // other bytes, or too short
+    NotJet,  // other bytes, or too short
     Format4,
-    Unknown,     // a version that nobody has seen
+    Unknown,  // a version that nobody has seen
     Encrypted,
 };
 
@@ -58,9 +58,11 @@ public:
     bool Accepts(TextView password) const;
 
     /// The header of a new file; its commit word says that it was created.
-    /// @throws Error 3424 for a code page other than 1252 or a sort order that is not known, 3031 for an impossible password
+    /// @throws Error 3424 for a code page other than 1252 or a sort order that is not known, 3031 for an impossible
+    /// password
     static void Make(std::span<std::uint8_t, pageSize> page, const SortLocale& locale, TextView password);
-    /// "" removes it. @throws Error 3031 when it is longer than 14 characters or has one without a byte in code page 1252
+    /// "" removes it. @throws Error 3031 when it is longer than 14 characters or has one without a byte in code page
+    /// 1252
     static void SetPassword(std::span<std::uint8_t, pageSize> page, TextView password);
 
 private:

@@ -54,7 +54,8 @@ void ImageStore::Get(Slot slot, std::span<std::uint8_t, pageSize> into)
         std::ranges::copy(*memory_[slot], into.begin());
         return;
     }
-    if (OnDisk([&] { return file_->ReadAt(OffsetOf(slot), into); }) != pageSize) throw Error(ErrorNumber::DiskOrNetwork);
+    if (OnDisk([&] { return file_->ReadAt(OffsetOf(slot), into); }) != pageSize)
+        throw Error(ErrorNumber::DiskOrNetwork);
 }
 
 void ImageStore::Drop(Slot slot)

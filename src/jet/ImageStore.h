@@ -10,8 +10,8 @@
 
 namespace vmlib::jet {
 
-/// Copies of pages by slot number: the first ones in memory, further ones in a temporary file that is made when it is first needed. They are what
-/// savepoints go back to; nothing of them has to survive the process.
+/// Copies of pages by slot number: the first ones in memory, further ones in a temporary file that is made when it is
+/// first needed. They are what savepoints go back to; nothing of them has to survive the process.
 class ImageStore
 {
 public:

@@ -9,13 +9,17 @@
 namespace vmlib::jet {
 namespace {
 
-/// Writes the pages of a tree from entries in ascending order: each leaf as full as its best prefix allows, the branches above
-/// in the same way. Holds one unfinished page a level.
+/// Writes the pages of a tree from entries in ascending order: each leaf as full as its best prefix allows, the
+/// branches above in the same way. Holds one unfinished page a level.
 class TreeWriter
 {
 public:
     TreeWriter(Pager& pager, PageAllocator& allocator, PageNumber owner)
-        : pager_(pager), allocator_(allocator), owner_(owner), ownedMap_(PageMap::Create(pager, allocator, owner)), levels_(1)
+        : pager_(pager),
+          allocator_(allocator),
+          owner_(owner),
+          ownedMap_(PageMap::Create(pager, allocator, owner)),
+          levels_(1)
     {
     }
 
@@ -161,8 +165,12 @@ private:
 
 }  // namespace
 
-IndexBuilder::IndexBuilder(Pager& pager, PageAllocator& allocator, PageNumber owner, Files& files, TextView temporaryFolder)
-    : sorter_(std::make_unique<EntrySorter>(files, temporaryFolder)), pager_(pager), allocator_(allocator), owner_(owner)
+IndexBuilder::IndexBuilder(Pager& pager, PageAllocator& allocator, PageNumber owner, Files& files,
+                           TextView temporaryFolder)
+    : sorter_(std::make_unique<EntrySorter>(files, temporaryFolder)),
+      pager_(pager),
+      allocator_(allocator),
+      owner_(owner)
 {
 }
 

@@ -1,18 +1,16 @@
 // An index key is the keys of its columns, one behind the other.
 //
-//   column    7F, then the value; 00 alone for Null. Descending: every byte inverted (80, FF), but for the 09s of binary values.
-//   integers  big endian, sign bit flipped (Integer, Long, Currency); Byte as it is
-//   reals     big endian; negative: all bits inverted, else the sign bit flipped
-//   boolean   00 true, FF false
-//   text      primary weights, then accents (TextKeys.h)
-//   binary    groups of 8 bytes, the last filled with 00; behind each 09, behind the last the number of its bytes
-//   GUID      as binary, in the order in which it is printed
+//   column    7F, then the value; 00 alone for Null. Descending: every byte inverted (80, FF), but for the 09s of
+//   binary values. integers  big endian, sign bit flipped (Integer, Long, Currency); Byte as it is reals     big
+//   endian; negative: all bits inverted, else the sign bit flipped boolean   00 true, FF false text      primary
+//   weights, then accents (TextKeys.h) binary    groups of 8 bytes, the last filled with 00; behind each 09, behind the
+//   last the number of its bytes GUID      as binary, in the order in which it is printed
 //
 // Source: docs/file-format.md, "Index entries", "Text keys", "Long keys".
 
 #include <algorithm>
-#include <bit>
 #include <array>
+#include <bit>
 #include <cassert>
 #include <utility>
 
@@ -136,7 +134,8 @@ void AppendColumn(Key& key, const ColumnDefinition& column, bool descending, con
 const ColumnDefinition& ColumnOf(const TableDefinition& table, const IndexColumn& part, std::size_t& position)
 {
     const auto found = table.ColumnNumbered(part.column);
-    if (!found) throw Error(ErrorNumber::DamagedDatabase, {table.name});  // ReadDefinition checks it: only a made-up definition
+    if (!found)
+        throw Error(ErrorNumber::DamagedDatabase, {table.name});  // ReadDefinition checks it: only a made-up definition
     position = *found;
     return table.columns[position];
 }
@@ -216,7 +215,8 @@ const TextWeight& WeightOf(const TextWeights& weights, char character)
     return weights[static_cast<unsigned char>(character)];
 }
 
-/// The accents of a text as half bytes: 0, one for each slot up to the last that is not plain, 0, filled to whole bytes.
+/// The accents of a text as half bytes: 0, one for each slot up to the last that is not plain, 0, filled to whole
+/// bytes.
 void AppendAccents(Key& key, std::string_view ansi, const TextWeights& weights)
 {
     bool half = true;  // the first 0 is the upper half of a byte

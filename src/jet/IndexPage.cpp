@@ -53,7 +53,8 @@ void IndexPage::Parse(PageNumber owner)
     prefixSize_ = count_ == 0 ? 0 : bytes_[prefix];
     const std::size_t tailBytes = ChildBytes();
     if (count_ > 0) {
-        if (prefixSize_ + tailBytes > ends_[0]) throw Damaged(number_, "the prefix is longer than the first index entry");
+        if (prefixSize_ + tailBytes > ends_[0])
+            throw Damaged(number_, "the prefix is longer than the first index entry");
         shortest = std::min(shortest, ends_[0] - prefixSize_);
         if (shortest < tailBytes || shortest + prefixSize_ < leastKeySize + rowPointerSize + tailBytes) {
             throw Damaged(number_, "an index entry is too short");
@@ -203,7 +204,8 @@ bool IndexPageEdit::Insert(std::size_t at, std::string_view entry)
     return Assign(all);
 }
 
-/// Opens a gap for the bytes of one entry. The prefix stands before the first entry, so a new first one goes behind it too.
+/// Opens a gap for the bytes of one entry. The prefix stands before the first entry, so a new first one goes behind it
+/// too.
 void IndexPageEdit::Splice(std::size_t at, std::string_view suffix)
 {
     const std::size_t start = SuffixStart(at);
@@ -255,7 +257,8 @@ void IndexPageEdit::WriteHead()
 {
     std::uint8_t* bits = Writable() + ends;
     std::memset(bits, 0, endsSize);
-    for (std::size_t i = 0; i < count_; ++i) bits[ends_[i] / 8] = static_cast<std::uint8_t>(bits[ends_[i] / 8] | 1u << ends_[i] % 8);
+    for (std::size_t i = 0; i < count_; ++i)
+        bits[ends_[i] / 8] = static_cast<std::uint8_t>(bits[ends_[i] / 8] | 1u << ends_[i] % 8);
     Writable()[prefix] = static_cast<std::uint8_t>(prefixSize_);
     StoreLittle<std::uint16_t>(Writable() + freeBytes, static_cast<std::uint16_t>(room - UsedBytes()));
 }
@@ -264,7 +267,8 @@ void IndexPageEdit::WriteHead()
 
 std::size_t CommonPrefix(std::string_view left, std::string_view right)
 {
-    const auto [end, unused] = std::mismatch(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(std::min(left.size(), right.size())), right.begin());
+    const auto [end, unused] = std::mismatch(
+        left.begin(), left.begin() + static_cast<std::ptrdiff_t>(std::min(left.size(), right.size())), right.begin());
     return static_cast<std::size_t>(end - left.begin());
 }
 
@@ -309,7 +313,8 @@ bool IndexPageSize::Add(std::string_view entry)
         if (entry.size() > room) return false;
         first_ = entry;
     } else {
-        const std::size_t bound = std::min({count_ == 1 ? greatestPrefix : prefixSize_, first_.size() - childBytes_, entry.size() - childBytes_});
+        const std::size_t bound = std::min(
+            {count_ == 1 ? greatestPrefix : prefixSize_, first_.size() - childBytes_, entry.size() - childBytes_});
         shared = std::min(bound, CommonPrefix(first_, entry));
         if (total_ + entry.size() - shared * count_ > room) return false;
     }

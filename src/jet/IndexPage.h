@@ -120,7 +120,8 @@ public:
     void SetTailChild(PageNumber page);
     void SetChild(std::size_t at, PageNumber page);  // Count(): the tail child
 
-    /// Puts an entry before the one at `at`. False, and nothing changed, when it does not fit even with the best prefix.
+    /// Puts an entry before the one at `at`. False, and nothing changed, when it does not fit even with the best
+    /// prefix.
     bool Insert(std::size_t at, std::string_view entry);
     void Erase(std::size_t at);
     /// Replaces all entries, with the best prefix. False, and nothing changed, when they do not fit.

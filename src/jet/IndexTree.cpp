@@ -46,10 +46,7 @@ public:
     }
 
 private:
-    IndexPage Load(PageNumber number)
-    {
-        return {pager_.Read(number), owner_};
-    }
+    IndexPage Load(PageNumber number) { return {pager_.Read(number), owner_}; }
 
     Pager& pager_;
     PageNumber owner_;
@@ -60,8 +57,8 @@ private:
 
 // --------------------------------------------------------------------------------------------- position
 
-/// Keeps a copy of its leaf: as long as the page still has these bytes, entry and neighbours are where they were, and a step
-/// costs one comparison of a page. Otherwise the place is looked up anew by its entry.
+/// Keeps a copy of its leaf: as long as the page still has these bytes, entry and neighbours are where they were, and a
+/// step costs one comparison of a page. Otherwise the place is looked up anew by its entry.
 struct IndexTree::Position::State
 {
     enum class Place

@@ -26,8 +26,8 @@ public:
     /// The key of a row of the table; no value when the index ignores Nulls and all columns are Null.
     /// @throws Error 3251 for text in a sort order that is not known
     static std::optional<Key> Of(const TableDefinition& table, const TreeDefinition& tree, const Row& row);
-    /// The key of the first `values.size()` columns of the index, uncut and without end, to seek with (a prefix of the keys
-    /// that begin with it). For an exact match with values of all columns apply CutLong to it.
+    /// The key of the first `values.size()` columns of the index, uncut and without end, to seek with (a prefix of the
+    /// keys that begin with it). For an exact match with values of all columns apply CutLong to it.
     static Key Prefix(const TableDefinition& table, const TreeDefinition& tree, std::span<const Value> values);
     /// The key of rows whose columns are all Null: the one key that may come repeatedly in a unique index.
     static Key OfNulls(const TreeDefinition& tree);
@@ -37,8 +37,8 @@ public:
 
     /// The sort orders whose keys can be made.
     static bool KnowsOrder(std::uint16_t langid);
-    /// Bytes that order and equal text (code page 1252) as the sort order does: primary weights, accents. Trailing blanks are
-    /// dropped, case is ignored. @throws Error 3251 for a sort order that is not known
+    /// Bytes that order and equal text (code page 1252) as the sort order does: primary weights, accents. Trailing
+    /// blanks are dropped, case is ignored. @throws Error 3251 for a sort order that is not known
     static void AppendText(Key& key, std::string_view ansi, std::uint16_t langid);
     /// <0, 0, >0 as the sort order has it; an unknown one is taken for General, so that its files can be read.
     static int CompareText(std::string_view left, std::string_view right, std::uint16_t langid);
@@ -51,13 +51,13 @@ public:
 ///     IndexTree tree = table.Tree(0);
 ///     for (auto at = tree.LowerBound(prefix); !at.AtEnd(); at.Next()) use(at.Row());
 ///
-/// Reading wants a ReadScope, changing a unit of work around it. The root never changes its page: a tree that grows moves the
-/// root's entries to a new page.
+/// Reading wants a ReadScope, changing a unit of work around it. The root never changes its page: a tree that grows
+/// moves the root's entries to a new page.
 class IndexTree
 {
 public:
-    /// A place between or on entries, moved with Next and Previous; survives changes of the tree (it finds its place again by
-    /// its entry) but not the Pager. A copy moves on its own.
+    /// A place between or on entries, moved with Next and Previous; survives changes of the tree (it finds its place
+    /// again by its entry) but not the Pager. A copy moves on its own.
     class Position
     {
     public:
@@ -85,8 +85,8 @@ public:
 
     IndexTree(Pager& pager, PageAllocator& allocator, PageNumber owner, PageNumber root, std::uint32_t ownedMap);
 
-    /// The first entry whose key is not before `key`; a prefix stands before all keys that begin with it. Of more than 255
-    /// bytes, which no entry has, the first 253 count.
+    /// The first entry whose key is not before `key`; a prefix stands before all keys that begin with it. Of more than
+    /// 255 bytes, which no entry has, the first 253 count.
     /// @throws Damaged with the page number when a page of the tree contradicts the format
     Position LowerBound(std::string_view key) const;
     /// The first entry behind all entries that begin with `prefix` (its first 253 bytes when it has more than 255).
@@ -109,7 +109,8 @@ public:
     void Destroy();
 
 private:
-    /// A page on the way from the root down: which of its entries was followed; the number of its entries means the tail child.
+    /// A page on the way from the root down: which of its entries was followed; the number of its entries means the
+    /// tail child.
     struct Step
     {
         PageNumber page = noPage;
@@ -136,8 +137,8 @@ private:
     std::uint32_t ownedMap_;
 };
 
-/// Builds a tree from entries in any order: sorts them (in runs on a temporary file beyond a bound of memory), fills leaves,
-/// then levels upward.
+/// Builds a tree from entries in any order: sorts them (in runs on a temporary file beyond a bound of memory), fills
+/// leaves, then levels upward.
 ///
 ///     IndexBuilder builder(pager, allocator, definitionPage, files, temporaryFolder);
 ///     for (each row) builder.Add(key, row);
@@ -160,7 +161,8 @@ public:
         bool hasDuplicates = false;  // two entries with one key
         Key firstDuplicate;
     };
-    /// Sorts and writes the tree. With `refuseDuplicates` nothing is written when hasDuplicates; root and map are 0 then.
+    /// Sorts and writes the tree. With `refuseDuplicates` nothing is written when hasDuplicates; root and map are 0
+    /// then.
     /// @param repeatable  a key that may come repeatedly without being a duplicate (IndexKey::OfNulls)
     Result Finish(bool refuseDuplicates, std::string_view repeatable = {});
 

@@ -1,8 +1,8 @@
 // Inserting and removing entries.
 //
-// The root keeps its page. A page that overflows gives its upper entries to a new page on its right; the parent gets an entry
-// that separates the two. A page that becomes empty is unlinked and given back; separators are left as they are (the last entry
-// that a child once had). Pages that are merely half empty stay, as in files of other programs.
+// The root keeps its page. A page that overflows gives its upper entries to a new page on its right; the parent gets an
+// entry that separates the two. A page that becomes empty is unlinked and given back; separators are left as they are
+// (the last entry that a child once had). Pages that are merely half empty stay, as in files of other programs.
 
 #include <algorithm>
 #include <cassert>
@@ -16,14 +16,14 @@
 namespace vmlib::jet {
 namespace {
 
-/// Number of entries that go to the left of a split. Of a branch the next entry goes up to the parent, so both sides of it keep
-/// one at least. Takes the most even split of those that fit; at the right edge of a level (`appending`) the fullest left side,
-/// so that ascending entries leave full pages behind. No value when nothing fits.
+/// Number of entries that go to the left of a split. Of a branch the next entry goes up to the parent, so both sides of
+/// it keep one at least. Takes the most even split of those that fit; at the right edge of a level (`appending`) the
+/// fullest left side, so that ascending entries leave full pages behind. No value when nothing fits.
 std::optional<std::size_t> SplitPoint(std::span<const std::string> entries, bool leaf, bool appending)
 {
     const std::size_t goesUp = leaf ? 0 : 1;
     const std::size_t count = entries.size();
-    std::vector<std::size_t> leftBytes(count + 1, indexLayout::room + 1);  // of the first i entries
+    std::vector<std::size_t> leftBytes(count + 1, indexLayout::room + 1);   // of the first i entries
     std::vector<std::size_t> rightBytes(count + 1, indexLayout::room + 1);  // of the last i entries
     const auto measure = [&](std::vector<std::size_t>& bytes, auto entryAt) {
         IndexPageSize size(leaf);
@@ -173,7 +173,8 @@ void IndexTree::RemovePage(Path& path, std::size_t depth)
     TidyBranch(path, depth - 1);
 }
 
-/// A branch with nothing but its tail child says nothing: the root becomes its child, another one gives its child to a neighbour.
+/// A branch with nothing but its tail child says nothing: the root becomes its child, another one gives its child to a
+/// neighbour.
 void IndexTree::TidyBranch(Path& path, std::size_t depth)
 {
     if (IndexPage(pager_.Read(path[depth].page), owner_).Count() > 0) return;

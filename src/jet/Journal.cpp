@@ -89,11 +89,12 @@ bool IsValid(const JournalHeader& header, const Record& record)
 {
     const std::span<const std::uint8_t, pageSize> before(record.data() + 8, pageSize);
     const auto page = LoadLittle<std::uint32_t>(record.data());
-    return page < header.fileSize / pageSize && LoadLittle<std::uint32_t>(record.data() + 4) == RecordSum(header.salt, page, before);
+    return page < header.fileSize / pageSize &&
+           LoadLittle<std::uint32_t>(record.data() + 4) == RecordSum(header.salt, page, before);
 }
 
-// Every valid record counts, also behind one that is not: records that a sync covered come first, and a page whose record was not
-// covered is still what its record says.
+// Every valid record counts, also behind one that is not: records that a sync covered come first, and a page whose
+// record was not covered is still what its record says.
 void PlayBack(OpenFile& journal, const JournalHeader& header, PageFile& file)
 {
     Record record;
@@ -135,8 +136,9 @@ std::vector<bool> PagesOf(OpenFile& journal, const JournalHeader& header)
     return pages;
 }
 
-// The file is in a state that the journal's unit can have left: not shorter, a commit word of before, of during or of after the unit, and
-// every sampled page that the unit did not touch is what it was. A file with another number must have such a page to show.
+// The file is in a state that the journal's unit can have left: not shorter, a commit word of before, of during or of
+// after the unit, and every sampled page that the unit did not touch is what it was. A file with another number must
+// have such a page to show.
 bool BelongsTo(OpenFile& journal, const JournalHeader& header, PageFile& file)
 {
     const std::uint16_t word = CommitWordOf(file.ReadCommitWords());
@@ -187,7 +189,8 @@ JournalHeader JournalHeader::Of(PageFile& file)
     header.fileNumber = file.Port().Identity().file;
     header.fileSize = file.Size();
     header.commitWord = CommitWordOf(file.ReadCommitWords());
-    const std::uint64_t others = std::max<std::uint64_t>(header.fileSize / pageSize, 1) - 1;  // the header page is in every unit
+    const std::uint64_t others =
+        std::max<std::uint64_t>(header.fileSize / pageSize, 1) - 1;  // the header page is in every unit
     const std::uint64_t count = std::min<std::uint64_t>(others, greatestSampleCount);
     std::array<std::uint8_t, pageSize> bytes;
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -201,7 +204,9 @@ JournalHeader JournalHeader::Of(PageFile& file)
 Journal::Journal(Files& files, Text path, const JournalHeader& header)
     : files_(files), path_(std::move(path)), header_(header), written_(recordsAt)
 {
-    file_ = OnDisk([&] { return files_.Open(path_, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew}); });
+    file_ = OnDisk([&] {
+        return files_.Open(path_, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew});
+    });
 }
 
 Text Journal::PathFor(TextView file)
@@ -302,15 +307,17 @@ Settled SettleJournalAlone(Files& files, PageFile& file, TextView path)
 {
     const Text journalPath = Journal::PathFor(path);
     if (!files.Exists(journalPath)) return Settled::NoJournal;
-    auto journal = OnDisk(
-        [&] { return files.Open(journalPath, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::OpenExisting}); });
+    auto journal = OnDisk([&] {
+        return files.Open(journalPath, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::OpenExisting});
+    });
     const auto header = OnDisk([&] { return ReadHeader(*journal); });
     if (header) {
         if (!OnDisk([&] { return BelongsTo(*journal, *header, file); })) return Settled::NotOurs;
         PlayBack(*journal, *header, file);
         OnDisk([&] { InvalidateHeader(*journal); });
     } else if (CommitWordOf(file.ReadCommitWords()) == writingWord) {
-        return Settled::NotOurs;  // 0000 is written only behind a journal with a header: this one was damaged later and is evidence, not rubbish
+        return Settled::NotOurs;  // 0000 is written only behind a journal with a header: this one was damaged later and
+                                  // is evidence, not rubbish
     }
     journal.reset();
     TryDelete(files, journalPath);

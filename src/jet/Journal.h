@@ -8,7 +8,8 @@
 
 namespace vmlib::jet {
 
-// The rollback journal `NAME-journal` beside the file NAME holds what the pages of one unit of work were before. All integers little endian.
+// The rollback journal `NAME-journal` beside the file NAME holds what the pages of one unit of work were before. All
+// integers little endian.
 //
 //   at  size  content
 //    0     8  "VMLJRNL1"
@@ -22,10 +23,11 @@ namespace vmlib::jet {
 //  508     4  check sum of bytes 0 to 507
 //  512       records: page number (4), check sum of salt, number and page (4), the page as it was (2048)
 //
-// The samples name the file by its contents. The number alone does not: it changes when a stick without such numbers is plugged in again, and
-// it stays when another document is copied over the file.
+// The samples name the file by its contents. The number alone does not: it changes when a stick without such numbers is
+// plugged in again, and it stays when another document is copied over the file.
 //
-// The header is valid from the first sync of the journal until the unit is complete, when it is overwritten with zeros: that moment is the commit.
+// The header is valid from the first sync of the journal until the unit is complete, when it is overwritten with zeros:
+// that moment is the commit.
 
 /// What a journal says of the file that it belongs to.
 struct JournalHeader
@@ -59,7 +61,8 @@ public:
 
     /// True when the file can serve another unit: it is where it was made, not large, and nothing about it has failed.
     bool CanRestart() noexcept;
-    /// Begins anew for another unit, after Invalidate or before the first Sync. Records of former units have another salt.
+    /// Begins anew for another unit, after Invalidate or before the first Sync. Records of former units have another
+    /// salt.
     void Restart(const JournalHeader& header);
 
     bool Holds(PageNumber page) const { return page < held_.size() && held_[page]; }
@@ -115,7 +118,8 @@ Settled SettleJournal(Files& files, TextView path);
 /// The same for him who already is the only writer of the file.
 Settled SettleJournalAlone(Files& files, PageFile& file, TextView path);
 
-/// Puts a journal that belongs to another file out of the way, under a name that is free: it may be somebody's only rescue.
+/// Puts a journal that belongs to another file out of the way, under a name that is free: it may be somebody's only
+/// rescue.
 void MoveJournalAside(Files& files, TextView path);
 
 }  // namespace vmlib::jet

@@ -9,9 +9,8 @@
 // A field of a memo or long binary in its row:
 //
 //   at  size  content
-//    0     4  length of the value in the lower 30 bits; 80000000: it follows here; 40000000: it is one row; neither: a chain of rows
-//    4     4  row pointer of the row or of the first of the chain; 0 when inline
-//    8     4  0
+//    0     4  length of the value in the lower 30 bits; 80000000: it follows here; 40000000: it is one row; neither: a
+//    chain of rows 4     4  row pointer of the row or of the first of the chain; 0 when inline 8     4  0
 //   12        the value, when inline
 //
 // A row of a chain, each on a page of long values:
@@ -19,8 +18,8 @@
 //    0     4  row pointer of the next; 0 in the last
 //    4        at most 2,032 bytes of the value
 //
-// A value that is stored takes a page of its own for each full row of its chain; the last row, and values of one row, share pages.
-// Source: docs/file-format.md, "Long values".
+// A value that is stored takes a page of its own for each full row of its chain; the last row, and values of one row,
+// share pages. Source: docs/file-format.md, "Long values".
 
 namespace vmlib::jet {
 
@@ -59,9 +58,11 @@ struct Piece
 Piece PieceAt(Pager& pager, RowPointer at)
 {
     const DataPage page(pager.Read(at.page), DataPage::longValueOwner);
-    if (at.row >= page.SlotCount()) throw Damaged(at.page, "a piece of a long value is missing: row " + std::to_string(at.row));
+    if (at.row >= page.SlotCount())
+        throw Damaged(at.page, "a piece of a long value is missing: row " + std::to_string(at.row));
     const Slot slot = page.At(at.row);
-    if (slot.state != SlotState::Row) throw Damaged(at.page, "a piece of a long value is deleted: row " + std::to_string(at.row));
+    if (slot.state != SlotState::Row)
+        throw Damaged(at.page, "a piece of a long value is deleted: row " + std::to_string(at.row));
     return {page.Page(), slot.bytes};
 }
 
@@ -69,7 +70,8 @@ Piece PieceAt(Pager& pager, RowPointer at)
 template <class Visit>
 void WalkChain(Pager& pager, const Field& field, Visit visit)
 {
-    if (field.length > std::uint64_t{pager.PageCount()} * pageSize) throw Damaged(field.first.page, "a long value is longer than the file");
+    if (field.length > std::uint64_t{pager.PageCount()} * pageSize)
+        throw Damaged(field.first.page, "a long value is longer than the file");
     RowPointer at = field.first;
     for (std::size_t rest = field.length;;) {
         const Piece piece = PieceAt(pager, at);
@@ -79,7 +81,8 @@ void WalkChain(Pager& pager, const Field& field, Visit visit)
         const auto next = RowPointer::Unpack(LoadLittle<std::uint32_t>(piece.bytes.data()));
         rest -= piece.bytes.size() - nextSize;
         visit(at, piece.bytes.subspan(nextSize));
-        if ((next.page == noPage) != (rest == 0)) throw Damaged(at.page, "a long value is longer or shorter than its row says");
+        if ((next.page == noPage) != (rest == 0))
+            throw Damaged(at.page, "a long value is longer or shorter than its row says");
         if (rest == 0) return;
         at = next;
     }
@@ -100,7 +103,8 @@ void LongValues::ReadPieces(Pager& pager, std::span<const std::uint8_t> bytes, P
         sink(to, bytes.subspan(fieldSize, field.length));
     } else if (field.isOneRow) {
         const Piece piece = PieceAt(pager, field.first);
-        if (piece.bytes.size() != field.length) throw Damaged(field.first.page, "a long value is longer or shorter than its row says");
+        if (piece.bytes.size() != field.length)
+            throw Damaged(field.first.page, "a long value is longer or shorter than its row says");
         sink(to, piece.bytes);
     } else if (field.length > 0) {
         WalkChain(pager, field, [&](RowPointer, std::span<const std::uint8_t> piece) { sink(to, piece); });
@@ -110,7 +114,8 @@ void LongValues::ReadPieces(Pager& pager, std::span<const std::uint8_t> bytes, P
 RowStore& LongValues::StoreOf(const ColumnDefinition& column)
 {
     if (const auto found = stores_.find(column.number); found != stores_.end()) return found->second;
-    if (!column.ownedMap) throw Damaged(noPage, "column " + std::to_string(column.number) + " has no map of its long value pages");
+    if (!column.ownedMap)
+        throw Damaged(noPage, "column " + std::to_string(column.number) + " has no map of its long value pages");
     RowStore store(pager_, allocator_, DataPage::longValueOwner, *column.ownedMap, column.roomMap.value_or(0));
     return stores_.emplace(column.number, std::move(store)).first->second;
 }

@@ -5,8 +5,8 @@
 
 namespace vmlib::jet {
 
-/// Lays down an empty database of 20 pages over a pager without pages, as the genuine engine does: header, page maps, the four system tables with
-/// their rows. Needs a running unit of work.
+/// Lays down an empty database of 20 pages over a pager without pages, as the genuine engine does: header, page maps,
+/// the four system tables with their rows. Needs a running unit of work.
 /// @throws Error 3424, 3031
 void LayDownNewFile(Pager& pager, const SortLocale& locale, TextView password, Date now);
 

@@ -13,7 +13,7 @@ namespace vmlib::jet {
 
 namespace {
 
-constexpr int lockWait = 2000;      // milliseconds for a commit of another opener to pass
+constexpr int lockWait = 2000;       // milliseconds for a commit of another opener to pass
 constexpr int writerPatience = 500;  // milliseconds for the mark of another program's writing to pass
 
 const Text unknownUser = u"?";
@@ -38,15 +38,22 @@ Error OpeningError(Files& files, const FileError& fault, bool exclusive)
 {
     const Text& path = fault.Path();
     switch (fault.Fault()) {
-        case FileFault::PathNotFound: return Error(ErrorNumber::InvalidPath, {path});
-        case FileFault::NotFound: return Error(ErrorNumber::NoSuchFile, {path});
-        case FileFault::InvalidName: return Error(ErrorNumber::InvalidFileName);
-        case FileFault::Exists: return Error(ErrorNumber::DatabaseExists);
-        case FileFault::AccessDenied: return Error(ErrorNumber::CannotOpenFile, {path});
+        case FileFault::PathNotFound:
+            return Error(ErrorNumber::InvalidPath, {path});
+        case FileFault::NotFound:
+            return Error(ErrorNumber::NoSuchFile, {path});
+        case FileFault::InvalidName:
+            return Error(ErrorNumber::InvalidFileName);
+        case FileFault::Exists:
+            return Error(ErrorNumber::DatabaseExists);
+        case FileFault::AccessDenied:
+            return Error(ErrorNumber::CannotOpenFile, {path});
         case FileFault::SharingViolation:
-            if (exclusive && CanBeOpenedShared(files, path)) return Error(ErrorNumber::ExclusivelyOpen, {unknownUser, unknownUser});
+            if (exclusive && CanBeOpenedShared(files, path))
+                return Error(ErrorNumber::ExclusivelyOpen, {unknownUser, unknownUser});
             return Error(ErrorNumber::FileInUse, {path});
-        default: return StorageError(fault);
+        default:
+            return StorageError(fault);
     }
 }
 
@@ -54,11 +61,16 @@ void RequireFormat(std::span<const std::uint8_t> header, const Text& path)
 {
     constexpr auto number = ErrorNumber::UnrecognizedFormat;
     switch (HeaderPage::FaultOf(header)) {
-        case HeaderFault::None: return;
-        case HeaderFault::NotJet: throw Error(number, {path});
-        case HeaderFault::Format4: throw Because(number, path, u"the file has format 4 of a later engine");
-        case HeaderFault::Unknown: throw Because(number, path, u"the file has the format of an unknown engine");
-        case HeaderFault::Encrypted: throw Because(number, path, u"the file is encrypted");
+        case HeaderFault::None:
+            return;
+        case HeaderFault::NotJet:
+            throw Error(number, {path});
+        case HeaderFault::Format4:
+            throw Because(number, path, u"the file has format 4 of a later engine");
+        case HeaderFault::Unknown:
+            throw Because(number, path, u"the file has the format of an unknown engine");
+        case HeaderFault::Encrypted:
+            throw Because(number, path, u"the file is encrypted");
     }
 }
 

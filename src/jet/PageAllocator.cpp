@@ -28,7 +28,8 @@ PageEdit PageAllocator::Allocate()
     PageMap map = FreeMap(pager_);
     const PageNumber page = map.Next(searchFrom_);
     if (page != noPage && page < pager_.PageCount()) {
-        if (page < firstOrdinaryPage) throw Damaged(PageMap::firstPage, "the free map lists page " + std::to_string(page));
+        if (page < firstOrdinaryPage)
+            throw Damaged(PageMap::firstPage, "the free map lists page " + std::to_string(page));
         map.Remove(page);
         searchFrom_ = page + 1;
         return pager_.EditZeroed(page);
@@ -49,8 +50,10 @@ void PageAllocator::Free(PageNumber page)
     PageEdit edit = pager_.Edit(page);
     const bool mapPage = DataPage::Is(edit.Ref(), DataPage::mapOwner);
     std::uint8_t& kind = edit.Data()[0];
-    if (kind == static_cast<std::uint8_t>(PageKind::Data) && !mapPage) kind = static_cast<std::uint8_t>(PageKind::FreedData);
-    if (kind == static_cast<std::uint8_t>(PageKind::Definition)) kind = static_cast<std::uint8_t>(PageKind::FreedDefinition);
+    if (kind == static_cast<std::uint8_t>(PageKind::Data) && !mapPage)
+        kind = static_cast<std::uint8_t>(PageKind::FreedData);
+    if (kind == static_cast<std::uint8_t>(PageKind::Definition))
+        kind = static_cast<std::uint8_t>(PageKind::FreedDefinition);
 
     map.CoverWithFree();
     map.Add(page, *this);

@@ -4,7 +4,8 @@
 
 namespace vmlib::jet {
 
-/// Gives out and takes back pages by the file's free map (page 1, row 0). Free pages inside the file go first, then the file grows.
+/// Gives out and takes back pages by the file's free map (page 1, row 0). Free pages inside the file go first, then the
+/// file grows.
 class PageAllocator
 {
 public:

@@ -40,7 +40,8 @@ public:
     void Remove(Frame* page);
     void RemoveFrom(PageNumber first);  // and all behind it
 
-    /// The clean page that nobody holds and that was used longest ago; null when there is none among the `among` oldest.
+    /// The clean page that nobody holds and that was used longest ago; null when there is none among the `among`
+    /// oldest.
     Frame* OldestClean(std::size_t among);
 
     std::vector<Frame*> All() const;

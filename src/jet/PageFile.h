@@ -16,7 +16,8 @@ using CommitWords = std::array<std::uint8_t, 512>;
 /// All zero when the file is too short to have them. @throws Error 3043
 CommitWords ReadCommitWords(OpenFile& file);
 
-/// Pages of one open file: bytes in and out, locks, sync. Faults come out as engine errors. Knows no cache and no journal.
+/// Pages of one open file: bytes in and out, locks, sync. Faults come out as engine errors. Knows no cache and no
+/// journal.
 class PageFile
 {
 public:
@@ -50,7 +51,7 @@ private:
 /// The commit word of slot 0 in a header page or in the commit words themselves.
 std::uint16_t CommitWordOf(std::span<const std::uint8_t> commitWords);
 
-inline constexpr std::size_t commitWordsAt = 0x600;  // in the header page
+inline constexpr std::size_t commitWordsAt = 0x600;   // in the header page
 inline constexpr std::uint16_t writingWord = 0x0000;  // somebody is writing, or died while writing
 inline constexpr std::uint16_t damagedWord = 0x0001;  // somebody met a damaged page
 inline constexpr std::uint16_t firstWord = 0x0100;

@@ -12,13 +12,14 @@
 //
 //   at  size  inline form                                  at  size  form with pages of bits
 //    0     1  00                                            0     1  01
-//    1     4  first page, a multiple of 8                   1     4  number of the page with bits 0 to 16,351; 0: none is set
-//    5   128  bits; more in steps of 4 bytes                5     4  number of the page with bits 16,352 to 32,703 ... (33 numbers)
+//    1     4  first page, a multiple of 8                   1     4  number of the page with bits 0 to 16,351; 0: none
+//    is set 5   128  bits; more in steps of 4 bytes                5     4  number of the page with bits 16,352 to
+//    32,703 ... (33 numbers)
 //
 //   a page of bits: 05 01 00 00, then 2,044 bytes of bits
 //
-// Row 0 of page 1 is the free map: a set bit is a free page; bits behind the end of the file are set as far as the map reaches.
-// Source: docs/file-format.md, "Page maps".
+// Row 0 of page 1 is the free map: a set bit is a free page; bits behind the end of the file are set as far as the map
+// reaches. Source: docs/file-format.md, "Page maps".
 
 namespace vmlib::jet {
 
@@ -114,7 +115,8 @@ PageMap::Bits PageMap::InlineBits(PageRef page, std::span<const std::uint8_t> ro
 PageMap::Bits PageMap::BitsOfMapPage(PageNumber mapPage, std::size_t stretch)
 {
     PageRef page = pager_.Read(mapPage);
-    if (page.Data()[0] != static_cast<std::uint8_t>(PageKind::Map)) throw Damaged(mapPage, "a page of map bits is of another kind");
+    if (page.Data()[0] != static_cast<std::uint8_t>(PageKind::Map))
+        throw Damaged(mapPage, "a page of map bits is of another kind");
     const auto bytes = page.Bytes().subspan(mapPageHead);
     return {static_cast<PageNumber>(stretch * pagesPerMapPage), std::move(page), bytes};
 }
@@ -246,7 +248,8 @@ bool PageMap::ReplaceRow(std::span<const std::uint8_t> row)
     return true;
 }
 
-/// Makes an inline map reach from its lowest page to its highest, `extra` among them. False when its page has no room for that.
+/// Makes an inline map reach from its lowest page to its highest, `extra` among them. False when its page has no room
+/// for that.
 bool PageMap::FitInline(PageNumber extra)
 {
     std::vector<PageNumber> pages = All();
@@ -321,7 +324,8 @@ void PageMap::CoverWithFree()
         } else {
             AddMapPage((pageCount - 1) / pagesPerMapPage, nullptr);
         }
-        // The page of bits stands behind the old end itself: it and what is before it is in use, what is behind it is free.
+        // The page of bits stands behind the old end itself: it and what is before it is in use, what is behind it is
+        // free.
         const Bits last = AllBits().back();
         const PageEdit edit = pager_.Edit(last.page.Number());
         for (PageNumber free = std::max(pager_.PageCount(), last.first); free < last.End(); ++free) {

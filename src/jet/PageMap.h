@@ -12,7 +12,7 @@ namespace vmlib::jet {
 class PageMap
 {
 public:
-    static constexpr PageNumber firstPage = 1;               // the map page of the whole file
+    static constexpr PageNumber firstPage = 1;              // the map page of the whole file
     static constexpr std::uint32_t freeMapPointer = 0x100;  // its row 0
     static constexpr std::size_t pagesPerMapPage = (pageSize - 4) * 8;
 
@@ -20,7 +20,8 @@ public:
     PageMap(Pager& pager, std::uint32_t rowPointer) : pager_(pager), at_(RowPointer::Unpack(rowPointer)) {}
 
     /// Makes an empty map (133 bytes); gives its row pointer.
-    /// @param table  definition page of the table that it is for: the map goes beside that table's own maps while their page has room.
+    /// @param table  definition page of the table that it is for: the map goes beside that table's own maps while their
+    /// page has room.
     ///               Without, or when it has none, onto a new map page (genuine files do the same).
     static std::uint32_t Create(Pager& pager, PageAllocator& allocator, PageNumber table = noPage);
     /// The same, beside another map.

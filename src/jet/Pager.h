@@ -12,7 +12,8 @@ namespace vmlib::jet {
 
 class Pager;
 
-/// A page as a pager holds it in memory. A pager keeps what else it knows of a page in a struct of its own derived from this one.
+/// A page as a pager holds it in memory. A pager keeps what else it knows of a page in a struct of its own derived from
+/// this one.
 struct CachedPage
 {
     std::uint8_t* data = nullptr;  // pageSize bytes
@@ -20,7 +21,8 @@ struct CachedPage
     std::uint32_t references = 0;  // PageRefs that hold it; the pager may drop or reuse a page only while nobody does
 };
 
-/// A page in memory to read from. Holding it keeps the page in the cache; its bytes change when somebody edits the page meanwhile.
+/// A page in memory to read from. Holding it keeps the page in the cache; its bytes change when somebody edits the page
+/// meanwhile.
 class PageRef
 {
 public:
@@ -38,7 +40,10 @@ public:
     }
 
     const std::uint8_t* Data() const { return page_->data; }
-    std::span<const std::uint8_t, pageSize> Bytes() const { return std::span<const std::uint8_t, pageSize>(Data(), pageSize); }
+    std::span<const std::uint8_t, pageSize> Bytes() const
+    {
+        return std::span<const std::uint8_t, pageSize>(Data(), pageSize);
+    }
     PageNumber Number() const { return page_->number; }
     explicit operator bool() const { return page_ != nullptr; }
 
@@ -72,10 +77,13 @@ private:
 ///
 /// Invariants (a checker in the tests watches the writes):
 ///  1. A page of an existing file is overwritten only after its before-image and the journal's header are on disk.
-///  2. The journal goes only after all pages of the unit are on disk. Until then a crash gives the state before the unit.
-///  3. A file that this process has just created and nobody else can see needs no journal: its pages are synced once, when it is closed.
+///  2. The journal goes only after all pages of the unit are on disk. Until then a crash gives the state before the
+///  unit.
+///  3. A file that this process has just created and nobody else can see needs no journal: its pages are synced once,
+///  when it is closed.
 ///  4. While pages are being written the commit word of slot 0 is 0000, afterwards its old value + 1.
-///  5. New pages are written before the pages that point at them as far as one unit allows: pages beyond the old end first.
+///  5. New pages are written before the pages that point at them as far as one unit allows: pages beyond the old end
+///  first.
 class Pager
 {
 public:
@@ -87,23 +95,26 @@ public:
 
     /// @throws Damaged when the page lies beyond the end of the file
     virtual PageRef Read(PageNumber number) = 0;
-    /// A page to change; the first time in a unit its before-image is kept. Needs a running unit (assert). @throws Error 3027 when read only
+    /// A page to change; the first time in a unit its before-image is kept. Needs a running unit (assert). @throws
+    /// Error 3027 when read only
     virtual PageEdit Edit(PageNumber number) = 0;
     /// As Edit, but the contents do not matter and are zero (the page is about to be built anew).
     virtual PageEdit EditZeroed(PageNumber number) = 0;
     /// Adds a zero page at the end of the file. @throws Error 3036 beyond 1 GB
     virtual PageEdit Extend() = 0;
 
-    /// Goes up whenever pages changed by other means than Edit: a rollback, or another process's commit. Whoever keeps decoded pages
-    /// compares it and decodes again.
+    /// Goes up whenever pages changed by other means than Edit: a rollback, or another process's commit. Whoever keeps
+    /// decoded pages compares it and decodes again.
     virtual std::uint64_t Generation() const = 0;
 
     /// Units of work; used through UnitOfWork and ReadScope.
-    virtual void BeginUnit() = 0;    // nested ones are savepoints
-    /// The outermost one makes it durable. When it throws, the changes are undone and the unit still has to be ended by RollbackUnit.
+    virtual void BeginUnit() = 0;  // nested ones are savepoints
+    /// The outermost one makes it durable. When it throws, the changes are undone and the unit still has to be ended by
+    /// RollbackUnit.
     virtual void CommitUnit() = 0;
     virtual void RollbackUnit() noexcept = 0;
-    virtual void BeginRead() = 0;    // nests; other processes' commits wait until EndRead, and are noticed at the next BeginRead
+    virtual void
+    BeginRead() = 0;  // nests; other processes' commits wait until EndRead, and are noticed at the next BeginRead
     virtual void EndRead() noexcept = 0;
 
 protected:

@@ -14,9 +14,9 @@
 //    4        chunks, each with its length (4, these six bytes included) and its kind (2):
 //             kind 80: property names, each as length (2) and text
 //             kind 0: properties of the object itself; kind 1: of a field
-//                head: its length (4, these four bytes included), length of the name (2), name of the field (of the object: empty)
-//                then properties: length (2, included), flags (1; 1 = data definition property, 80 = unknown), type (1), number of its name in
-//                the list (2), length of the value (2), value
+//                head: its length (4, these four bytes included), length of the name (2), name of the field (of the
+//                object: empty) then properties: length (2, included), flags (1; 1 = data definition property, 80 =
+//                unknown), type (1), number of its name in the list (2), length of the value (2), value
 //
 // Source: docs/file-format.md, "Properties".
 
@@ -123,7 +123,8 @@ Bytes ListContents(TextView field, const PropertyList& list, const std::vector<T
     Put<std::uint32_t>(contents, static_cast<std::uint32_t>(chunkHead + nameSize));
     PutName(contents, field);
     for (const Property& property : list.All()) {
-        const auto name = std::ranges::find_if(names, [&](const Text& each) { return EqualIgnoringCase(each, property.name); });
+        const auto name =
+            std::ranges::find_if(names, [&](const Text& each) { return EqualIgnoringCase(each, property.name); });
         if (property.value.size() > greatestValueSize) throw Error(ErrorNumber::InvalidArgument);
         Put<std::uint16_t>(contents, static_cast<std::uint16_t>(propertyHead + property.value.size()));
         contents.push_back(static_cast<std::uint8_t>(property.otherFlags | (property.definition ? definitionFlag : 0)));
@@ -138,7 +139,8 @@ Bytes ListContents(TextView field, const PropertyList& list, const std::vector<T
 void AddNames(std::vector<Text>& names, const PropertyList& list)
 {
     for (const Property& property : list.All()) {
-        const bool known = std::ranges::any_of(names, [&](const Text& name) { return EqualIgnoringCase(name, property.name); });
+        const bool known =
+            std::ranges::any_of(names, [&](const Text& name) { return EqualIgnoringCase(name, property.name); });
         if (!known) names.push_back(property.name);
     }
 }
@@ -147,8 +149,8 @@ void AddNames(std::vector<Text>& names, const PropertyList& list)
 
 const Property* PropertyList::Find(TextView name) const
 {
-    const auto found =
-        std::ranges::find_if(properties_, [&](const Property& property) { return EqualIgnoringCase(property.name, name); });
+    const auto found = std::ranges::find_if(
+        properties_, [&](const Property& property) { return EqualIgnoringCase(property.name, name); });
     return found == properties_.end() ? nullptr : &*found;
 }
 
@@ -204,8 +206,12 @@ ObjectProperties ObjectProperties::Decode(const Bytes& stored)
             case namesKind:
                 while (!chunk.AtEnd()) properties.names.push_back(chunk.Name());
                 break;
-            case ownKind: properties.own = ReadList(chunk, properties.names).second; break;
-            case fieldKind: properties.fields.push_back(ReadList(chunk, properties.names)); break;
+            case ownKind:
+                properties.own = ReadList(chunk, properties.names).second;
+                break;
+            case fieldKind:
+                properties.fields.push_back(ReadList(chunk, properties.names));
+                break;
             default: {
                 const auto bytes = before.first(before.size() - all.Rest().size());
                 properties.unknownChunks.insert(properties.unknownChunks.end(), bytes.begin(), bytes.end());
@@ -241,7 +247,8 @@ PropertyList& ObjectProperties::OfField(TextView name)
 
 const PropertyList* ObjectProperties::FindField(TextView name) const
 {
-    const auto found = std::ranges::find_if(fields, [&](const auto& field) { return EqualIgnoringCase(field.first, name); });
+    const auto found =
+        std::ranges::find_if(fields, [&](const auto& field) { return EqualIgnoringCase(field.first, name); });
     return found == fields.end() ? nullptr : &found->second;
 }
 

@@ -12,9 +12,9 @@ namespace vmlib::jet {
 struct Property
 {
     Text name;
-    std::uint8_t type = 0;     // a column type code
-    bool definition = false;   // "data definition" property: 1 in the file
-    Bytes value;               // as stored
+    std::uint8_t type = 0;        // a column type code
+    bool definition = false;      // "data definition" property: 1 in the file
+    Bytes value;                  // as stored
     std::uint8_t otherFlags = 0;  // bits beside `definition` in its byte; 80 is seen
 };
 
@@ -49,7 +49,7 @@ struct ObjectProperties
     /// @throws Error 3428 when the bytes contradict the format; an empty value gives no properties
     static ObjectProperties Decode(const Bytes& stored);
     Bytes Encode() const;
-    PropertyList& OfField(TextView name);        // made when missing
+    PropertyList& OfField(TextView name);  // made when missing
     const PropertyList* FindField(TextView name) const;
     void RemoveField(TextView name);
     void RenameField(TextView from, TextView to);

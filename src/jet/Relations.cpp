@@ -6,12 +6,15 @@
 #include "jet/Names.h"
 #include "jet/SystemTables.h"
 
-// A relation is a row a field in MSysRelationships and an object of type 8 under the container Relationships. An enforced one has also
+// A relation is a row a field in MSysRelationships and an object of type 8 under the container Relationships. An
+// enforced one has also
 //
-//   in the foreign table    a logical index of kind 2 with the relation's name, side 2, over a tree of the foreign fields (shared when there is one)
-//   in the primary table    a logical index of kind 2 named ".r" and a letter, side 1, over the tree of its unique index
+//   in the foreign table    a logical index of kind 2 with the relation's name, side 2, over a tree of the foreign
+//   fields (shared when there is one) in the primary table    a logical index of kind 2 named ".r" and a letter, side
+//   1, over the tree of its unique index
 //
-// and each of the two names the other's table and number. The letter is 'A' plus the index number. Source: docs/file-format.md, "Relations".
+// and each of the two names the other's table and number. The letter is 'A' plus the index number. Source:
+// docs/file-format.md, "Relations".
 
 namespace vmlib::jet {
 
@@ -48,7 +51,8 @@ FieldPairs FieldsOf(const RelationDefinition& relation, const TableDefinition& t
         const auto foreignPosition = foreign.ColumnNamed(foreignField);
         if (!position) throw Error(ErrorNumber::BadIndexField, {field});
         if (!foreignPosition) throw Error(ErrorNumber::BadIndexField, {foreignField});
-        if (table.columns[*position].type != foreign.columns[*foreignPosition].type) throw Error(ErrorNumber::RelationFieldsDiffer);
+        if (table.columns[*position].type != foreign.columns[*foreignPosition].type)
+            throw Error(ErrorNumber::RelationFieldsDiffer);
         pairs.emplace_back(*position, *foreignPosition);
     }
     return pairs;
@@ -58,13 +62,15 @@ FieldPairs FieldsOf(const RelationDefinition& relation, const TableDefinition& t
 std::size_t UniqueTreeOver(const TableDefinition& table, const FieldPairs& fields)
 {
     const auto fits = [&](const TreeDefinition& tree) {
-        return tree.unique && tree.columns.size() == fields.size() && std::ranges::all_of(fields, [&](const auto& pair) {
+        return tree.unique && tree.columns.size() == fields.size() &&
+               std::ranges::all_of(fields, [&](const auto& pair) {
                    const std::uint16_t number = table.columns[pair.first].number;
-                   return std::ranges::any_of(tree.columns, [&](const IndexColumn& each) { return each.column == number; });
+                   return std::ranges::any_of(tree.columns,
+                                              [&](const IndexColumn& each) { return each.column == number; });
                });
     };
-    const auto primary =
-        std::ranges::find_if(table.indexes, [](const IndexDefinition& index) { return index.kind == IndexDefinition::Kind::Primary; });
+    const auto primary = std::ranges::find_if(
+        table.indexes, [](const IndexDefinition& index) { return index.kind == IndexDefinition::Kind::Primary; });
     if (primary != table.indexes.end() && fits(table.TreeOf(*primary))) return primary->realIndex;
     const auto found = std::ranges::find_if(table.trees, fits);
     if (found == table.trees.end()) throw Error(ErrorNumber::NoUniqueIndex);
@@ -72,12 +78,13 @@ std::size_t UniqueTreeOver(const TableDefinition& table, const FieldPairs& field
 }
 
 // The foreign fields in the order of the tree that they are looked up in.
-std::vector<IndexColumn> ForeignColumns(const TableDefinition& table, const TreeDefinition& tree, const TableDefinition& foreign,
-                                        const FieldPairs& fields)
+std::vector<IndexColumn> ForeignColumns(const TableDefinition& table, const TreeDefinition& tree,
+                                        const TableDefinition& foreign, const FieldPairs& fields)
 {
     std::vector<IndexColumn> columns;
     for (const IndexColumn& each : tree.columns) {
-        const auto pair = std::ranges::find_if(fields, [&](const auto& one) { return table.columns[one.first].number == each.column; });
+        const auto pair = std::ranges::find_if(
+            fields, [&](const auto& one) { return table.columns[one.first].number == each.column; });
         columns.push_back({foreign.columns[pair->second].number, false});
     }
     return columns;
@@ -115,7 +122,8 @@ void AddIndexes(DatabaseFile& file, const RelationDefinition& relation, Table& t
     many.otherTable = table.Definition().page;
     many.cascadeUpdate = relation.CascadesUpdates();
     many.cascadeDelete = relation.CascadesDeletes();
-    const auto columns = ForeignColumns(table.Definition(), table.Definition().trees[realIndex], foreign.Definition(), fields);
+    const auto columns =
+        ForeignColumns(table.Definition(), table.Definition().trees[realIndex], foreign.Definition(), fields);
     many.realIndex = static_cast<std::uint32_t>(foreign.TreeOver(columns, file.FilesPort(), file.TemporaryFolder()));
     many.number = foreign.NextIndexNumber();
 
@@ -147,7 +155,8 @@ void RemoveIndexes(DatabaseFile& file, const RelationDefinition& relation)
     const auto table = file.OpenTable(relation.table);
     for (const IndexDefinition& index : table->Definition().indexes) {
         const bool ours = index.kind == IndexDefinition::Kind::Relation && index.otherTableKind == primarySide &&
-                          static_cast<std::int32_t>(index.number) == otherIndex && index.otherTable == foreign->Definition().page;
+                          static_cast<std::int32_t>(index.number) == otherIndex &&
+                          index.otherTable == foreign->Definition().page;
         if (!ours) continue;
         table->RemoveIndex(Text(index.name));
         break;
@@ -205,7 +214,8 @@ std::vector<RelationDefinition> ReadRelations(DatabaseFile& file)
         relation.foreignTable = TextOf(first, column::foreignTable);
         relation.attributes = static_cast<std::uint32_t>(LongOf(first, column::attributes));
         for (const auto& field : entry.second) {
-            relation.fields.emplace_back(TextOf(field.second, column::tableColumn), TextOf(field.second, column::foreignColumn));
+            relation.fields.emplace_back(TextOf(field.second, column::tableColumn),
+                                         TextOf(field.second, column::foreignColumn));
         }
         relations.push_back(std::move(relation));
     }
@@ -226,7 +236,8 @@ void CreateRelation(DatabaseFile& file, const RelationDefinition& wanted)
     relation.foreignTable = foreign->Definition().name;
     const FieldPairs fields = FieldsOf(relation, table->Definition(), foreign->Definition());
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        relation.fields[i] = {table->Definition().columns[fields[i].first].name, foreign->Definition().columns[fields[i].second].name};
+        relation.fields[i] = {table->Definition().columns[fields[i].first].name,
+                              foreign->Definition().columns[fields[i].second].name};
     }
     if (relation.Enforced()) AddIndexes(file, relation, *table, *foreign);
     InsertRows(file, relation);
@@ -288,7 +299,8 @@ void RenameFieldInRelations(DatabaseFile& file, TextView table, TextView from, T
 {
     AlterRows(file, [&](Row& row) {
         bool changed = false;
-        const std::pair<std::size_t, std::size_t> sides[] = {{column::table, column::tableColumn}, {column::foreignTable, column::foreignColumn}};
+        const std::pair<std::size_t, std::size_t> sides[] = {{column::table, column::tableColumn},
+                                                             {column::foreignTable, column::foreignColumn}};
         for (const auto& [tableAt, columnAt] : sides) {
             if (!SameName(TextOf(row, tableAt), table) || !EqualIgnoringCase(TextOf(row, columnAt), from)) continue;
             row[columnAt] = ToAnsi(to);

@@ -14,13 +14,13 @@
 //    0     1      c
 //    1            fixed fields, each at its column's offset
 //                 variable fields, one behind the other
-//        v + 1    low bytes of where they begin and the last one ends, in reverse: the end of the last, ... the begin of the first
-//        j        jumps, in reverse: the first of those offsets that is 256 or more, 512 or more, ...; FF when none is
-//        1        v
-//        (c+7)/8  presence bits by column number: 1 = not Null; a Boolean has no other place
+//        v + 1    low bytes of where they begin and the last one ends, in reverse: the end of the last, ... the begin
+//        of the first j        jumps, in reverse: the first of those offsets that is 256 or more, 512 or more, ...; FF
+//        when none is 1        v (c+7)/8  presence bits by column number: 1 = not Null; a Boolean has no other place
 //
-// j = (row length - 1) / 256. A row written while there was no variable column has only c, fixed fields and bits. Both counts are those of the time
-// of writing: columns added since are Null (a Boolean False). A deleted column keeps number and place. Source: docs/file-format.md, "Rows".
+// j = (row length - 1) / 256. A row written while there was no variable column has only c, fixed fields and bits. Both
+// counts are those of the time of writing: columns added since are Null (a Boolean False). A deleted column keeps
+// number and place. Source: docs/file-format.md, "Rows".
 
 namespace vmlib::jet {
 
@@ -160,7 +160,8 @@ RowCodec::RowCodec(const TableDefinition& definition)
 
         // A column's ordinal counts the variable columns before it, fixed columns have it too.
         const std::size_t after = column.ordinal + (from.fixedSize ? 0u : 1u);
-        const std::size_t fieldEnd = column.fixed && column.type != ColumnType::Boolean ? column.offset + std::size_t{column.size} : countSize;
+        const std::size_t fieldEnd =
+            column.fixed && column.type != ColumnType::Boolean ? column.offset + std::size_t{column.size} : countSize;
         for (std::size_t count = 0; count < eras_.size(); ++count) {
             Era& era = eras_[count];
             if (count > column.number) {
@@ -224,13 +225,15 @@ std::optional<std::span<const std::uint8_t>> RowCodec::Field(const RowFields& ro
     if ((row.presence_[column.number / 8] >> (column.number % 8) & 1) == 0) return std::nullopt;
     if (column.type == ColumnType::Boolean) return std::span<const std::uint8_t>{};
     if (column.fixed) {
-        if (column.offset + std::size_t{column.size} > row.fixedEnd_) throw Damaged(row.page_, "a row ends before its fixed fields");
+        if (column.offset + std::size_t{column.size} > row.fixedEnd_)
+            throw Damaged(row.page_, "a row ends before its fixed fields");
         return row.bytes_.subspan(column.offset, column.size);
     }
     if (column.ordinal >= row.variableCount_) throw Damaged(row.page_, "a row lacks a variable field that is not Null");
     const std::size_t begin = row.Offset(column.ordinal);
     const std::size_t end = row.Offset(column.ordinal + 1u);
-    if (begin < row.fixedEnd_ || begin > end || end > row.variableEnd_) throw Damaged(row.page_, "a variable field lies outside its row");
+    if (begin < row.fixedEnd_ || begin > end || end > row.variableEnd_)
+        throw Damaged(row.page_, "a variable field lies outside its row");
     return row.bytes_.subspan(begin, end - begin);
 }
 
@@ -254,7 +257,8 @@ void RowCodec::Decode(const RowFields& row, std::size_t index, Value& into) cons
             Reuse<Bytes>(into).assign(field->begin(), field->end());
             return;
         default:
-            if (field->size() != FixedSize(column.type)) throw Damaged(row.page_, "a number has a length that cannot be");
+            if (field->size() != FixedSize(column.type))
+                throw Damaged(row.page_, "a number has a length that cannot be");
             LoadNumber(column.type, field->data(), into);
     }
 }
@@ -351,7 +355,8 @@ void RowCodec::Encode(const Row& row, const std::vector<Bytes>& longFields, Buff
 }
 
 /// What stands behind the fields.
-void RowCodec::PutTail(const Row& row, const std::vector<Bytes>& longFields, std::span<const std::uint16_t> offsets, Buffer& into) const
+void RowCodec::PutTail(const Row& row, const std::vector<Bytes>& longFields, std::span<const std::uint16_t> offsets,
+                       Buffer& into) const
 {
     const std::size_t presenceSize = PresenceSize(columnsEver_);
     std::uint8_t* to = into.bytes.data() + into.size;
@@ -367,10 +372,11 @@ void RowCodec::PutTail(const Row& row, const std::vector<Bytes>& longFields, std
     std::memset(to, 0, presenceSize);
     for (std::size_t i = 0; i < columns_.size(); ++i) {
         const Column& column = columns_[i];
-        const bool present = column.longValue ? !longFields[i].empty()
+        const bool present = column.longValue                     ? !longFields[i].empty()
                              : column.type == ColumnType::Boolean ? IsTrue(row[i])
                                                                   : !IsNull(row[i]);
-        if (present) to[column.number / 8] = static_cast<std::uint8_t>(to[column.number / 8] | 1 << (column.number % 8));
+        if (present)
+            to[column.number / 8] = static_cast<std::uint8_t>(to[column.number / 8] | 1 << (column.number % 8));
     }
     into.size = static_cast<std::size_t>(to + presenceSize - into.bytes.data());
 }

@@ -31,7 +31,8 @@ private:
     std::size_t jumpCount_ = 0;
 };
 
-/// Rows of one table to bytes and back. Knows no pages: long values are bytes of 12 and more that LongValues understands.
+/// Rows of one table to bytes and back. Knows no pages: long values are bytes of 12 and more that LongValues
+/// understands.
 ///
 ///     RowCodec codec(definition);
 ///     const RowFields fields = codec.Parse(bytes, page);
@@ -56,10 +57,12 @@ public:
     RowFields Parse(std::span<const std::uint8_t> row, PageNumber page) const;
     /// The bytes of a column's field; no value for Null. Of a Boolean no bytes: it is True when there is a value.
     std::optional<std::span<const std::uint8_t>> Field(const RowFields& row, std::size_t column) const;
-    /// A column's value; strings and bytes reuse the room they have. Long value columns are the caller's business (Field).
+    /// A column's value; strings and bytes reuse the room they have. Long value columns are the caller's business
+    /// (Field).
     void Decode(const RowFields& row, std::size_t column, Value& into) const;
 
-    /// The row's bytes. @param longFields  per column the field of a long value; empty for Null. Other columns' are not looked at.
+    /// The row's bytes. @param longFields  per column the field of a long value; empty for Null. Other columns' are not
+    /// looked at.
     /// @throws Error 3047 when it is longer than a row may be
     void Encode(const Row& row, const std::vector<Bytes>& longFields, Buffer& into) const;
     /// The length that Encode will give, with the lengths of the long value fields alone; throws like it.
@@ -91,13 +94,14 @@ private:
     std::size_t CheckedSize(std::size_t variableBytes) const;
     void PutFixed(const Column& column, const Value& value, Buffer& into) const;
     void PutVariable(const Column& column, const Value& value, Buffer& into) const;
-    void PutTail(const Row& row, const std::vector<Bytes>& longFields, std::span<const std::uint16_t> ends, Buffer& into) const;
+    void PutTail(const Row& row, const std::vector<Bytes>& longFields, std::span<const std::uint16_t> ends,
+                 Buffer& into) const;
 
     std::vector<Column> columns_;
     std::vector<std::size_t> variableColumns_;  // positions in columns_ by ordinal; `noColumn` where a deleted one was
     std::size_t columnsEver_ = 0;
     std::size_t fixedEnd_ = countSize;  // count byte and fixed fields
-    std::vector<Era> eras_;     // by the count of columns
+    std::vector<Era> eras_;             // by the count of columns
 };
 
 }  // namespace vmlib::jet

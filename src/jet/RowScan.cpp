@@ -43,7 +43,12 @@ void DecodeRow(Pager& pager, const RowCodec& codec, std::span<const std::uint8_t
 
 RowScan::RowScan(Pager& pager, const RowStore& store, std::uint32_t owner, std::shared_ptr<const RowCodec> codec,
                  std::vector<std::size_t> wanted)
-    : pager_(pager), store_(store), owner_(owner), codec_(std::move(codec)), wanted_(std::move(wanted)), pages_(store_.Pages()),
+    : pager_(pager),
+      store_(store),
+      owner_(owner),
+      codec_(std::move(codec)),
+      wanted_(std::move(wanted)),
+      pages_(store_.Pages()),
       row_(codec_->ColumnCount())
 {
 }
@@ -70,7 +75,8 @@ bool RowScan::Next()
 {
     const ReadScope scope(pager_);
     while (page_ || OpenNextPage()) {
-        // Taken out while it is looked at: after an exception the walk goes on with the next page, or the next slot once that is known.
+        // Taken out while it is looked at: after an exception the walk goes on with the next page, or the next slot
+        // once that is known.
         PageRef ref = std::exchange(page_, PageRef());
         if (generation_ != pager_.Generation()) {
             if (ref.Number() >= pager_.PageCount()) continue;

@@ -15,12 +15,14 @@ void DecodeRow(Pager& pager, const RowCodec& codec, std::span<const std::uint8_t
 
 /// One walk over the rows of a table, page by page, while the table may change.
 ///
-/// The pages are those of the table's map when the walk began. A row that moves keeps its old place, so it comes once, wherever it went. Rows
-/// inserted since the beginning are kept out by their slots: slots only ever grow, so whoever inserts tells the walk the first new one of a page.
+/// The pages are those of the table's map when the walk began. A row that moves keeps its old place, so it comes once,
+/// wherever it went. Rows inserted since the beginning are kept out by their slots: slots only ever grow, so whoever
+/// inserts tells the walk the first new one of a page.
 class RowScan
 {
 public:
-    RowScan(Pager& pager, const RowStore& store, std::uint32_t owner, std::shared_ptr<const RowCodec> codec, std::vector<std::size_t> wanted);
+    RowScan(Pager& pager, const RowStore& store, std::uint32_t owner, std::shared_ptr<const RowCodec> codec,
+            std::vector<std::size_t> wanted);
 
     bool Next();
     const Row& Current() const { return row_; }

@@ -12,8 +12,8 @@
 //   at  size  content
 //    0     4  row pointer: row (1), page (3)
 //
-// The map of pages with room is a hint. A page leaves it when a row did not fit and less than `leastRoom` is free, and comes back when a row of it
-// goes. Source: docs/file-format.md, "Rows".
+// The map of pages with room is a hint. A page leaves it when a row did not fit and less than `leastRoom` is free, and
+// comes back when a row of it goes. Source: docs/file-format.md, "Rows".
 
 namespace vmlib::jet {
 
@@ -52,7 +52,8 @@ std::optional<RowStore::Found> RowStore::Find(RowPointer row)
 
 RowStore::Found RowStore::Follow(const DataPage& page, const Slot& slot)
 {
-    if (slot.bytes.size() != pointerSize) throw Damaged(page.Number(), "the pointer to a moved row is not four bytes long");
+    if (slot.bytes.size() != pointerSize)
+        throw Damaged(page.Number(), "the pointer to a moved row is not four bytes long");
     const RowPointer to = RowPointer::Unpack(LoadLittle<std::uint32_t>(slot.bytes.data()));
     const DataPage there(pager_.Read(to.page), owner_);
     if (to.row >= there.SlotCount()) throw Damaged(to.page, Named(to) + ", to which a row moved, is missing");
@@ -162,7 +163,8 @@ void RowStore::Erase(RowPointer row)
     if (stands != row) EraseSlot(stands);
 }
 
-/// The last page of an owner stays when it is empty and has slots left: pointers to deleted rows of a small table then never come to mean new ones.
+/// The last page of an owner stays when it is empty and has slots left: pointers to deleted rows of a small table then
+/// never come to mean new ones.
 void RowStore::EraseSlot(RowPointer at)
 {
     DataPageEdit page(pager_.Edit(at.page), owner_);

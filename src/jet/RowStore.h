@@ -8,11 +8,11 @@
 
 namespace vmlib::jet {
 
-/// Rows of bytes on many pages of one owner: a table, or the long values of one of its columns. Knows where there is room and follows rows that
-/// moved; knows nothing of what is in them.
+/// Rows of bytes on many pages of one owner: a table, or the long values of one of its columns. Knows where there is
+/// room and follows rows that moved; knows nothing of what is in them.
 ///
-/// A row's pointer never changes. When a row no longer fits its page it stands elsewhere and its old place points there; a row that moves again
-/// keeps that one pointer.
+/// A row's pointer never changes. When a row no longer fits its page it stands elsewhere and its old place points
+/// there; a row that moves again keeps that one pointer.
 class RowStore
 {
 public:
@@ -36,7 +36,8 @@ public:
     /// The row that a slot's pointer leads to. @throws Damaged when it is not there
     Found Follow(const DataPage& page, const Slot& slot);
 
-    /// Makes sure that a row of that size can be stored without a fault and says where it will go; changes pages, the rows not.
+    /// Makes sure that a row of that size can be stored without a fault and says where it will go; changes pages, the
+    /// rows not.
     DataPageEdit PrepareRoom(std::size_t rowSize);
     /// @param row  at most DataPage::greatestRowSize bytes
     RowPointer Store(std::span<const std::uint8_t> row);
@@ -64,7 +65,7 @@ private:
     std::uint32_t owner_;
     std::uint32_t ownedMap_;
     std::uint32_t roomMap_;
-    PageNumber current_ = noPage;    // where the last row went
+    PageNumber current_ = noPage;     // where the last row went
     PageNumber searchFrom_ = noPage;  // in the room map, so that every page gets its turn
 };
 

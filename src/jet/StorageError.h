@@ -5,8 +5,8 @@
 
 namespace vmlib::jet {
 
-/// What a fault of the Files port is to the engine while a file that is open is read or written: 3026 disk full, 3043 input and output, 3027 no
-/// right to write, 3046 held by another.
+/// What a fault of the Files port is to the engine while a file that is open is read or written: 3026 disk full, 3043
+/// input and output, 3027 no right to write, 3046 held by another.
 Error StorageError(const FileError& fault);
 
 /// Runs a step on an open file; faults of the port come out as engine errors.

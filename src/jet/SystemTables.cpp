@@ -33,7 +33,8 @@ void AddColumn(TableDefinition& table, const Column& wanted, const SortLocale& l
     const auto fixed = FixedSize(wanted.type);
     column.fixedSize = fixed.has_value();
     column.size = fixed ? *fixed : IsLongValue(wanted.type) ? std::uint16_t{0} : std::uint16_t{greatestTextSize};
-    column.flags = static_cast<std::uint8_t>(alwaysFlag | (fixed ? fixedFlag : 0) | systemFlag | (wanted.isSid ? sidFlag : 0));
+    column.flags =
+        static_cast<std::uint8_t>(alwaysFlag | (fixed ? fixedFlag : 0) | systemFlag | (wanted.isSid ? sidFlag : 0));
     if (!fixed) ++table.variableColumnsEver;
     if (fixed && wanted.type != ColumnType::Boolean) {
         column.fixedOffset = fixedEnd;
@@ -42,7 +43,8 @@ void AddColumn(TableDefinition& table, const Column& wanted, const SortLocale& l
     table.columns.push_back(std::move(column));
 }
 
-TableDefinition Make(TextView name, const std::vector<Column>& columns, const std::vector<Index>& trees, const SortLocale& locale)
+TableDefinition Make(TextView name, const std::vector<Column>& columns, const std::vector<Index>& trees,
+                     const SortLocale& locale)
 {
     TableDefinition table;
     table.name = name;
@@ -71,24 +73,48 @@ std::vector<TableDefinition> Definitions(const SortLocale& locale)
 {
     using enum ColumnType;
     const std::vector<Column> objectColumns = {
-        {u"Id", Long},         {u"ParentId", Long},      {u"Name", Text},          {u"Type", Integer},     {u"DateCreate", Date},
-        {u"DateUpdate", Date}, {u"Owner", Binary, true}, {u"Flags", Long},         {u"Database", Memo},    {u"Connect", Memo},
-        {u"ForeignName", Text}, {u"RmtInfoShort", Binary}, {u"RmtInfoLong", LongBinary}, {u"Lv", LongBinary}, {u"LvProp", LongBinary},
-        {u"LvModule", LongBinary}, {u"LvExtra", LongBinary},
+        {u"Id", Long},
+        {u"ParentId", Long},
+        {u"Name", Text},
+        {u"Type", Integer},
+        {u"DateCreate", Date},
+        {u"DateUpdate", Date},
+        {u"Owner", Binary, true},
+        {u"Flags", Long},
+        {u"Database", Memo},
+        {u"Connect", Memo},
+        {u"ForeignName", Text},
+        {u"RmtInfoShort", Binary},
+        {u"RmtInfoLong", LongBinary},
+        {u"Lv", LongBinary},
+        {u"LvProp", LongBinary},
+        {u"LvModule", LongBinary},
+        {u"LvExtra", LongBinary},
     };
-    const std::vector<Column> aceColumns = {{u"ObjectId", Long}, {u"SID", Binary, true}, {u"ACM", Long}, {u"FInheritable", Boolean}};
+    const std::vector<Column> aceColumns = {
+        {u"ObjectId", Long}, {u"SID", Binary, true}, {u"ACM", Long}, {u"FInheritable", Boolean}};
     const std::vector<Column> queryColumns = {
-        {u"ObjectId", Long}, {u"Attribute", Byte}, {u"Order", Binary}, {u"Name1", Text}, {u"Name2", Text}, {u"Expression", Memo}, {u"Flag", Integer},
+        {u"ObjectId", Long}, {u"Attribute", Byte},  {u"Order", Binary}, {u"Name1", Text},
+        {u"Name2", Text},    {u"Expression", Memo}, {u"Flag", Integer},
     };
     const std::vector<Column> relationColumns = {
-        {u"szRelationship", Text}, {u"grbit", Long},    {u"ccolumn", Long},           {u"icolumn", Long},
-        {u"szObject", Text},       {u"szColumn", Text}, {u"szReferencedObject", Text}, {u"szReferencedColumn", Text},
+        {u"szRelationship", Text},
+        {u"grbit", Long},
+        {u"ccolumn", Long},
+        {u"icolumn", Long},
+        {u"szObject", Text},
+        {u"szColumn", Text},
+        {u"szReferencedObject", Text},
+        {u"szReferencedColumn", Text},
     };
     std::vector<TableDefinition> all = {
         Make(objects, objectColumns,
-             {{.name = u"ParentIdName", .columns = {1, 2}, .unique = true}, {.name = u"Id", .columns = {0}, .primary = true, .unique = true}}, locale),
+             {{.name = u"ParentIdName", .columns = {1, 2}, .unique = true},
+              {.name = u"Id", .columns = {0}, .primary = true, .unique = true}},
+             locale),
         Make(aces, aceColumns, {{.name = u"ObjectId", .columns = {0}, .required = true}}, locale),
-        Make(queries, queryColumns, {{.name = u"ObjectIdAttribute", .columns = {0, 1, 2}, .primary = true, .unique = true}}, locale),
+        Make(queries, queryColumns,
+             {{.name = u"ObjectIdAttribute", .columns = {0, 1, 2}, .primary = true, .unique = true}}, locale),
         Make(relationships, relationColumns,
              {{.name = u"szRelationship", .columns = {0}, .ignoreNulls = true},
               {.name = u"szObject", .columns = {4}, .ignoreNulls = true},
@@ -97,7 +123,9 @@ std::vector<TableDefinition> Definitions(const SortLocale& locale)
     };
     // Logical indexes stand by name; the real ones keep the order of their making.
     for (TableDefinition& table : all) {
-        std::ranges::sort(table.indexes, [](const auto& left, const auto& right) { return CompareIgnoringCase(left.name, right.name) < 0; });
+        std::ranges::sort(table.indexes, [](const auto& left, const auto& right) {
+            return CompareIgnoringCase(left.name, right.name) < 0;
+        });
     }
     return all;
 }

@@ -10,7 +10,8 @@ inline constexpr TextView aces = u"MSysACEs";
 inline constexpr TextView queries = u"MSysQueries";
 inline constexpr TextView relationships = u"MSysRelationships";
 
-// Ids of MSysObjects that are not pages. One counter from `firstCounted` up gives those of queries, relations and the objects of other programs.
+// Ids of MSysObjects that are not pages. One counter from `firstCounted` up gives those of queries, relations and the
+// objects of other programs.
 inline constexpr std::int32_t rootContainer = 0x0F000000;
 inline constexpr std::int32_t tablesContainer = 0x0F000001;
 inline constexpr std::int32_t databasesContainer = 0x0F000002;
@@ -37,16 +38,64 @@ inline const Bytes creatorSid = {2, 4};  // whoever makes an object in the conta
 
 // Columns by position; the order of the format in every file.
 namespace object {
-enum : std::size_t { id, parentId, name, type, dateCreate, dateUpdate, owner, flags, database, connect, foreignName, rmtInfoShort, rmtInfoLong, lv, lvProp, lvModule, lvExtra, count };
+enum : std::size_t
+{
+    id,
+    parentId,
+    name,
+    type,
+    dateCreate,
+    dateUpdate,
+    owner,
+    flags,
+    database,
+    connect,
+    foreignName,
+    rmtInfoShort,
+    rmtInfoLong,
+    lv,
+    lvProp,
+    lvModule,
+    lvExtra,
+    count
+};
 }
 namespace ace {
-enum : std::size_t { objectId, sid, acm, inheritable, count };
+enum : std::size_t
+{
+    objectId,
+    sid,
+    acm,
+    inheritable,
+    count
+};
 }
 namespace query {
-enum : std::size_t { objectId, attribute, order, name1, name2, expression, flag, count };
+enum : std::size_t
+{
+    objectId,
+    attribute,
+    order,
+    name1,
+    name2,
+    expression,
+    flag,
+    count
+};
 }
 namespace relation {
-enum : std::size_t { name, attributes, columnCount, column, foreignTable, foreignColumn, table, tableColumn, count };
+enum : std::size_t
+{
+    name,
+    attributes,
+    columnCount,
+    column,
+    foreignTable,
+    foreignColumn,
+    table,
+    tableColumn,
+    count
+};
 }
 
 /// The four definitions without pages and maps, in the order of their pages.

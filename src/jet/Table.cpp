@@ -24,7 +24,8 @@ void Table::State::Adopt(TableDefinition changed)
     indexedColumns.clear();
     for (const TreeDefinition& tree : definition.trees) {
         trees.emplace_back(pager, allocator, definition.page, tree.root, tree.ownedMap);
-        for (const IndexColumn& column : tree.columns) indexedColumns.push_back(definition.ColumnNumbered(column.column).value());
+        for (const IndexColumn& column : tree.columns)
+            indexedColumns.push_back(definition.ColumnNumbered(column.column).value());
     }
     std::sort(indexedColumns.begin(), indexedColumns.end());
     indexedColumns.erase(std::unique(indexedColumns.begin(), indexedColumns.end()), indexedColumns.end());
@@ -41,7 +42,8 @@ Table::State& Table::State::Current()
     TableDefinition fresh = ReadDefinitionPages(pager, definition.page);
     fresh.name = definition.name;
     for (ColumnDefinition& column : fresh.columns) {
-        if (const auto known = definition.ColumnNumbered(column.number)) column.properties = definition.columns[*known].properties;
+        if (const auto known = definition.ColumnNumbered(column.number))
+            column.properties = definition.columns[*known].properties;
     }
     generation = pager.Generation();
     Adopt(std::move(fresh));

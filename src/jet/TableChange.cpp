@@ -3,8 +3,8 @@
 #include "jet/DefinitionCodec.h"
 #include "jet/TableState.h"
 
-// Changes of rows: everything that can refuse a row is asked before the first byte changes; what can still fail then (a full disk, damage) happens
-// within a unit of work and is undone as a whole.
+// Changes of rows: everything that can refuse a row is asked before the first byte changes; what can still fail then (a
+// full disk, damage) happens within a unit of work and is undone as a whole.
 namespace vmlib::jet {
 
 namespace {
@@ -12,7 +12,8 @@ namespace {
 /// The bytes of a long value as the caller gives it.
 std::span<const std::uint8_t> LongBytes(const Value& value)
 {
-    if (const auto* text = std::get_if<std::string>(&value)) return {reinterpret_cast<const std::uint8_t*>(text->data()), text->size()};
+    if (const auto* text = std::get_if<std::string>(&value))
+        return {reinterpret_cast<const std::uint8_t*>(text->data()), text->size()};
     if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
     throw Error(ErrorNumber::DataConversion);
 }
@@ -27,7 +28,8 @@ Table::State::Keys Table::State::KeysOf(const Row& row) const
     return keys;
 }
 
-/// Asks the indexes whose key differs from the one `before` (empty: all). Keys that are Null in every column never collide, as SQL has it.
+/// Asks the indexes whose key differs from the one `before` (empty: all). Keys that are Null in every column never
+/// collide, as SQL has it.
 void Table::State::RefuseKeys(const Row& row, const Keys& keys, const Keys& before)
 {
     const auto unchanged = [&](std::size_t i) { return !before.empty() && before[i] == keys[i]; };
@@ -60,7 +62,8 @@ void Table::State::RemoveEntries(const Keys& keys, const Keys& after, RowPointer
     }
 }
 
-/// Of unique indexes only: there each key is a distinct one. Genuine files let the number drift, and nothing relies on it.
+/// Of unique indexes only: there each key is a distinct one. Genuine files let the number drift, and nothing relies on
+/// it.
 void Table::State::CountKey(std::size_t tree, int difference)
 {
     if (!definition.trees[tree].unique) return;
@@ -134,8 +137,8 @@ Row Table::State::IndexedFields(const RowFields& fields) const
 bool Table::State::FitsOnePage(const Row& row) const
 {
     return trees.empty() && std::all_of(longColumns.begin(), longColumns.end(), [&](std::size_t i) {
-        return IsNull(row[i]) || LongBytes(row[i]).size() <= LongValues::greatestInlineSize;
-    });
+               return IsNull(row[i]) || LongBytes(row[i]).size() <= LongValues::greatestInlineSize;
+           });
 }
 
 void Table::State::NoteInserted(RowPointer at)
@@ -163,7 +166,8 @@ RowPointer Table::Insert(const Row& row)
         state.StoreLongValues(row);
         state.codec->Encode(row, state.longFields, state.buffer);
         const PageEdit counters = state.pager.Edit(state.definition.page);
-        at = state.rows->Store(state.buffer.Row());  // the last step that can fail, and it does so before the row is there
+        at = state.rows->Store(
+            state.buffer.Row());  // the last step that can fail, and it does so before the row is there
         State::CountRow(counters, 1);
     } else {
         const State::Keys keys = state.KeysOf(row);

@@ -4,7 +4,8 @@
 #include "jet/PageMap.h"
 #include "jet/TableState.h"
 
-// Changes of a table's design. Each writes the whole definition anew, within a unit of work, and is taken over in memory when that has succeeded.
+// Changes of a table's design. Each writes the whole definition anew, within a unit of work, and is taken over in
+// memory when that has succeeded.
 namespace vmlib::jet {
 
 namespace {
@@ -33,7 +34,9 @@ void Place(TableDefinition& table, ColumnDefinition& column)
     } else if (column.type != ColumnType::Boolean) {
         for (const ColumnDefinition& other : table.columns) {
             const bool hasBytes = other.fixedSize && other.type != ColumnType::Boolean;
-            if (hasBytes) column.fixedOffset = std::max<std::uint16_t>(column.fixedOffset, static_cast<std::uint16_t>(other.fixedOffset + other.size));
+            if (hasBytes)
+                column.fixedOffset = std::max<std::uint16_t>(
+                    column.fixedOffset, static_cast<std::uint16_t>(other.fixedOffset + other.size));
         }
     }
     const int flags = (column.flags & callersFlags) | alwaysFlag | (column.fixedSize ? fixedFlag : 0) |
@@ -102,7 +105,8 @@ void Table::Destroy()
     unit.Commit();
 }
 
-/// Writes a definition and takes it over. @param step  what else belongs to the change; it may still alter the definition
+/// Writes a definition and takes it over. @param step  what else belongs to the change; it may still alter the
+/// definition
 template <class Step>
 void Table::State::Redesign(TableDefinition changed, Step step)
 {
@@ -136,7 +140,8 @@ void Table::State::CheckIndexColumns(const std::vector<IndexColumn>& columns) co
 std::uint32_t Table::State::FreeIndexNumber() const
 {
     const auto taken = [&](std::uint32_t number) {
-        return std::any_of(definition.indexes.begin(), definition.indexes.end(), [&](const auto& index) { return index.number == number; });
+        return std::any_of(definition.indexes.begin(), definition.indexes.end(),
+                           [&](const auto& index) { return index.number == number; });
     };
     std::uint32_t number = 0;
     while (taken(number)) ++number;
@@ -147,13 +152,15 @@ void Table::State::AddLogical(TableDefinition& changed, IndexDefinition index) c
 {
     if (changed.indexes.size() >= greatestIndexCount) throw Error(ErrorNumber::TooManyIndexes);
     if (changed.IndexNamed(index.name)) throw Error(ErrorNumber::IndexExists);
-    const auto before = std::find_if(changed.indexes.begin(), changed.indexes.end(),
-                                     [&](const IndexDefinition& other) { return CompareIgnoringCase(index.name, other.name) < 0; });
+    const auto before = std::find_if(changed.indexes.begin(), changed.indexes.end(), [&](const IndexDefinition& other) {
+        return CompareIgnoringCase(index.name, other.name) < 0;
+    });
     changed.indexes.insert(before, std::move(index));
 }
 
 /// Builds a tree over the rows there are and adds it to the definition. Nothing is written when a row does not fit it.
-void Table::State::BuildTree(TableDefinition& changed, TreeDefinition tree, bool forRelation, Files& files, TextView temporaryFolder)
+void Table::State::BuildTree(TableDefinition& changed, TreeDefinition tree, bool forRelation, Files& files,
+                             TextView temporaryFolder)
 {
     if (changed.trees.size() >= greatestIndexCount) throw Error(ErrorNumber::TooManyIndexes);
     std::vector<std::size_t> wanted;
@@ -180,7 +187,8 @@ void Table::AddIndex(const NewIndex& wanted, Files& files, TextView temporaryFol
     state.CheckIndexColumns(wanted.columns);
     const auto isPrimary = [](const IndexDefinition& index) { return index.kind == IndexDefinition::Kind::Primary; };
     const auto& indexes = state.definition.indexes;
-    if (wanted.primary && std::any_of(indexes.begin(), indexes.end(), isPrimary)) throw Error(ErrorNumber::PrimaryKeyExists);
+    if (wanted.primary && std::any_of(indexes.begin(), indexes.end(), isPrimary))
+        throw Error(ErrorNumber::PrimaryKeyExists);
 
     IndexDefinition index;
     index.name = wanted.name;
@@ -195,7 +203,8 @@ void Table::AddIndex(const NewIndex& wanted, Files& files, TextView temporaryFol
 
     TableDefinition changed = state.definition;
     state.AddLogical(changed, index);
-    state.Redesign(std::move(changed), [&](TableDefinition& table) { state.BuildTree(table, tree, false, files, temporaryFolder); });
+    state.Redesign(std::move(changed),
+                   [&](TableDefinition& table) { state.BuildTree(table, tree, false, files, temporaryFolder); });
 }
 
 void Table::RemoveIndex(TextView name)
@@ -224,13 +233,15 @@ std::size_t Table::TreeOver(const std::vector<IndexColumn>& columns, Files& file
     State& state = state_->Current();
     state.CheckIndexColumns(columns);
     const auto& trees = state.definition.trees;
-    const auto same = std::find_if(trees.begin(), trees.end(),
-                                   [&](const TreeDefinition& tree) { return tree.columns == columns && !tree.ignoreNulls; });
+    const auto same = std::find_if(trees.begin(), trees.end(), [&](const TreeDefinition& tree) {
+        return tree.columns == columns && !tree.ignoreNulls;
+    });
     if (same != trees.end()) return static_cast<std::size_t>(same - trees.begin());
 
     TreeDefinition tree;
     tree.columns = columns;
-    state.Redesign(state.definition, [&](TableDefinition& table) { state.BuildTree(table, tree, true, files, temporaryFolder); });
+    state.Redesign(state.definition,
+                   [&](TableDefinition& table) { state.BuildTree(table, tree, true, files, temporaryFolder); });
     return state.definition.trees.size() - 1;
 }
 
@@ -252,7 +263,8 @@ void Table::SetOtherIndex(std::uint32_t number, std::int32_t otherIndex)
 {
     State& state = state_->Current();
     TableDefinition changed = state.definition;
-    const auto index = std::find_if(changed.indexes.begin(), changed.indexes.end(), [&](const auto& one) { return one.number == number; });
+    const auto index = std::find_if(changed.indexes.begin(), changed.indexes.end(),
+                                    [&](const auto& one) { return one.number == number; });
     if (index == changed.indexes.end()) throw Error(ErrorNumber::InvalidArgument);
     index->otherIndex = otherIndex;
     state.Redesign(std::move(changed));
@@ -310,7 +322,8 @@ void Table::RewriteDefinition(const TableDefinition& wanted)
         column.autoNumber = from.autoNumber;
         if (!column.fixedSize) column.size = from.size;
         const int kept = column.flags & ~(callersFlags | autoNumberFlag);
-        column.flags = static_cast<std::uint8_t>(kept | (from.flags & callersFlags) | (from.autoNumber ? autoNumberFlag : 0));
+        column.flags =
+            static_cast<std::uint8_t>(kept | (from.flags & callersFlags) | (from.autoNumber ? autoNumberFlag : 0));
     }
     SortColumns(changed);
     state.Redesign(std::move(changed));

@@ -20,9 +20,9 @@ struct Table::State
     State(Pager& pager, PageAllocator& allocator, TableDefinition definition);
 
     // Table.cpp
-    State& Current();                         // decodes again when the file changed by other means
-    void Adopt(TableDefinition changed);      // takes over a definition that was just written
-    void TakeCounters();                      // row count and AutoNumber as the page has them now
+    State& Current();                     // decodes again when the file changed by other means
+    void Adopt(TableDefinition changed);  // takes over a definition that was just written
+    void TakeCounters();                  // row count and AutoNumber as the page has them now
     std::vector<std::size_t> Wanted(const ColumnMask& mask) const;
     RowScan NewScan(std::vector<std::size_t> wanted);
 
@@ -42,7 +42,8 @@ struct Table::State
     void NoteInserted(RowPointer at);
 
     // TableDesign.cpp
-    void BuildTree(TableDefinition& changed, TreeDefinition tree, bool forRelation, Files& files, TextView temporaryFolder);
+    void BuildTree(TableDefinition& changed, TreeDefinition tree, bool forRelation, Files& files,
+                   TextView temporaryFolder);
     void CheckIndexColumns(const std::vector<IndexColumn>& columns) const;
     void AddLogical(TableDefinition& changed, IndexDefinition index) const;
     std::uint32_t FreeIndexNumber() const;

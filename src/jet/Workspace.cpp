@@ -44,7 +44,9 @@ void Upgrade(const WorkspaceState& state, DatabaseFile& file, bool readOnly, boo
     const bool wantsExclusive = exclusive && pager.IsShared();
     if (!wantsWriting && !wantsExclusive) return;
     if (pager.UnitDepth() != 0) throw Error(ErrorNumber::FileInUse, {file.Path()});
-    const auto open = [&](bool onlyReading, bool shared) { return OpenForDatabase(state.files, file.Path(), onlyReading, !shared); };
+    const auto open = [&](bool onlyReading, bool shared) {
+        return OpenForDatabase(state.files, file.Path(), onlyReading, !shared);
+    };
     pager.Reopen(open, pager.IsReadOnly() && !wantsWriting, pager.IsShared() && !wantsExclusive);
 }
 
@@ -113,7 +115,8 @@ std::shared_ptr<Database> Workspace::Open(TextView path, const OpenOptions& opti
         SettleJournal(state_->files, full);
         auto opened = OpenForDatabase(state_->files, full, readOnly, options.exclusive);
         RequireDatabase(*opened, !options.exclusive, options);
-        file = std::make_shared<DatabaseFile>(state_->files, std::move(opened), OptionsFor(*state_, readOnly, options.exclusive), state_->now);
+        file = std::make_shared<DatabaseFile>(state_->files, std::move(opened),
+                                              OptionsFor(*state_, readOnly, options.exclusive), state_->now);
         state_->Join(file);
     }
     std::shared_ptr<Database> database(new Database(state_, std::move(file), readOnly, options.exclusive));

@@ -10,15 +10,15 @@ namespace vmlib {
 inline constexpr std::int16_t defaultPointer = 0;
 inline constexpr std::int16_t hourglassPointer = 11;
 
-/// What a person sees. Message-box styles: button sets 0 to 5, icons 16, 32, 48, 64, default button 0, 256, 512; answers 1 OK, 2 Cancel,
-/// 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No.
+/// What a person sees. Message-box styles: button sets 0 to 5, icons 16, 32, 48, 64, default button 0, 256, 512;
+/// answers 1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No.
 class Desktop
 {
 public:
     virtual ~Desktop() = default;
 
-    /// Shows a message and returns the answer. Where nobody can answer, the safe answer at once: OK 1; OK and Cancel 2; Abort, Retry and
-    /// Ignore 3; Yes, No and Cancel 2; Yes and No 7; Retry and Cancel 2.
+    /// Shows a message and returns the answer. Where nobody can answer, the safe answer at once: OK 1; OK and Cancel 2;
+    /// Abort, Retry and Ignore 3; Yes, No and Cancel 2; Yes and No 7; Retry and Cancel 2.
     virtual std::int16_t MessageBox(TextView text, std::int32_t style, TextView title) = 0;
 
     /// The application's mouse pointer; a hook for a busy indicator.

@@ -11,7 +11,8 @@
 #include "core/Error.h"
 #include "core/Values.h"
 
-/// The Files port. Path text is Windows text: `\` between parts, `X:` for a drive, names matched without regard to case.
+/// The Files port. Path text is Windows text: `\` between parts, `X:` for a drive, names matched without regard to
+/// case.
 namespace vmlib {
 
 enum class FileFault
@@ -26,7 +27,8 @@ enum class FileFault
     InvalidName,       // 52
 };
 
-/// An Error of the Files port: the run-time number above, the text followed by the path, and the kind of fault for those who map it further.
+/// An Error of the Files port: the run-time number above, the text followed by the path, and the kind of fault for
+/// those who map it further.
 class FileError : public Error
 {
 public:
@@ -81,7 +83,8 @@ struct FileOpenRequest
     FileCreation creation = FileCreation::OpenExisting;
 };
 
-/// Locks that openers of the same file hold for moments, besides their sharing mode. Each is a byte far behind the end of any file.
+/// Locks that openers of the same file hold for moments, besides their sharing mode. Each is a byte far behind the end
+/// of any file.
 enum class FileLock
 {
     Reading,  // shared by those who read pages, exclusive for him who writes them
@@ -99,20 +102,20 @@ public:
     virtual void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) = 0;
     virtual std::uint64_t Size() const = 0;
     virtual void Resize(std::uint64_t size) = 0;
-    /// Returns when the contents are on the disk, and the name of a file that this opener made as well. Once it has failed it fails for good:
-    /// the platform may have dropped what it could not write.
+    /// Returns when the contents are on the disk, and the name of a file that this opener made as well. Once it has
+    /// failed it fails for good: the platform may have dropped what it could not write.
     virtual void Sync() = 0;
     virtual FileIdentity Identity() const = 0;
     virtual const Text& Path() const = 0;
 
-    /// Takes a lock; waits at most `milliseconds` for it. False when somebody else has it. Locks of one opener do not nest: a second Lock of the
-    /// same kind changes its mode. A file open for reading may take an exclusive lock too: it is given when nobody else holds it, and keeps
-    /// writers out, though not later readers.
+    /// Takes a lock; waits at most `milliseconds` for it. False when somebody else has it. Locks of one opener do not
+    /// nest: a second Lock of the same kind changes its mode. A file open for reading may take an exclusive lock too:
+    /// it is given when nobody else holds it, and keeps writers out, though not later readers.
     virtual bool Lock(FileLock lock, bool exclusive, int milliseconds) = 0;
     virtual void Unlock(FileLock lock) = 0;
 
-    /// `writeBack` is called before this process copies the file by name, so that pages kept in memory are included. It may use this file, but
-    /// neither opens nor closes any.
+    /// `writeBack` is called before this process copies the file by name, so that pages kept in memory are included. It
+    /// may use this file, but neither opens nor closes any.
     virtual void OnCopy(std::function<void()> writeBack) = 0;
 };
 
@@ -125,8 +128,8 @@ struct FileFacts
     FileIdentity identity;
 };
 
-/// What Copy and Replace write beside a file before it takes its name: NAME followed by this and four hexadecimal digits. One that is there while
-/// nobody works on NAME was left by an interrupted process.
+/// What Copy and Replace write beside a file before it takes its name: NAME followed by this and four hexadecimal
+/// digits. One that is there while nobody works on NAME was left by an interrupted process.
 inline constexpr TextView unfinishedCopyMark = u"-new-";
 
 class Files
@@ -141,30 +144,33 @@ public:
     virtual std::optional<FileFacts> Facts(TextView path) = 0;
     bool Exists(TextView path);  // a file, not a folder
 
-    /// Deletes a file after taking its exclusive lock, so it fails while somebody has the file open; a read-only file is AccessDenied. Returns
-    /// when the deletion is on the disk.
+    /// Deletes a file after taking its exclusive lock, so it fails while somebody has the file open; a read-only file
+    /// is AccessDenied. Returns when the deletion is on the disk.
     virtual void Delete(TextView path) = 0;
     /// Renames without replacing: Exists when `to` is there.
     virtual void Rename(TextView from, TextView to) = 0;
-    /// A plain copy under a reader's lock, over an existing file only after its exclusive lock was got; the copy is complete or not there
-    /// (written beside, synced, renamed). An existing `to` keeps its permissions and owner where the user may set them.
+    /// A plain copy under a reader's lock, over an existing file only after its exclusive lock was got; the copy is
+    /// complete or not there (written beside, synced, renamed). An existing `to` keeps its permissions and owner where
+    /// the user may set them.
     virtual void Copy(TextView from, TextView to) = 0;
-    /// Puts the contents of `from` in place of `to` in one step: copies it beside `to`, syncs file and folder, renames; then deletes `from`.
-    /// `to` is the old file or the new one at every instant, `from` goes last. Fails while somebody has `to` open.
+    /// Puts the contents of `from` in place of `to` in one step: copies it beside `to`, syncs file and folder, renames;
+    /// then deletes `from`. `to` is the old file or the new one at every instant, `from` goes last. Fails while
+    /// somebody has `to` open.
     virtual void Replace(TextView from, TextView to) = 0;
 
-    /// Makes an empty file with a new name in the folder: the first three characters of the prefix, four hexadecimal digits, ".tmp".
-    /// Returns path and the number (1 to 65535).
+    /// Makes an empty file with a new name in the folder: the first three characters of the prefix, four hexadecimal
+    /// digits, ".tmp". Returns path and the number (1 to 65535).
     virtual std::pair<Text, std::uint16_t> CreateUnique(TextView folder, TextView prefix) = 0;
     virtual void CreateFolder(TextView path) = 0;
     /// Returns when the names in the folder of `path` (a file) are on the disk, as after a file was made there (the
     /// first OpenFile::Sync of whoever made it does so too).
     virtual void SyncFolder(TextView path) = 0;
     virtual void SetReadOnly(TextView path, bool readOnly) = 0;
-    /// Names (without folder) in a folder, files and folders, that match the pattern with * and ?, sorted; "*.*" matches all.
+    /// Names (without folder) in a folder, files and folders, that match the pattern with * and ?, sorted; "*.*"
+    /// matches all.
     virtual std::vector<Text> List(TextView folder, TextView pattern) = 0;
 
-    virtual Text CurrentFolder() = 0;                    // without trailing "\" unless a root
+    virtual Text CurrentFolder() = 0;                      // without trailing "\" unless a root
     virtual Text CurrentFolder(char16_t driveLetter) = 0;  // "" when there is no such drive
     /// Full path with drive, "." and ".." resolved; the file need not exist.
     virtual Text FullPath(TextView path) = 0;

@@ -223,6 +223,25 @@ protected:
         execute("INSERT INTO Weg VALUES (9)");
     }
 
+    /// Runs an attempt with a fault at each step in turn, at every third of the many writes, until it no longer
+    /// strikes.
+    /// @param attempt  gets the fault to arm, returns whether it struck
+    template <class Attempt>
+    static void AtEachStep(FaultKind kind, Attempt attempt)
+    {
+        const std::pair<std::set<Step>, int> sweeps[] = {
+            {{Step::Sync, Step::Create, Step::Delete, Step::Rename, Step::Copy, Step::Replace}, 1},
+            {{Step::Write, Step::Resize}, 3}};
+        for (const auto& [steps, stride] : sweeps) {
+            bool struck = true;
+            for (int n = 1; struck && !testing::Test::HasFatalFailure(); n += stride) {
+                SCOPED_TRACE("kind " + std::to_string(static_cast<int>(kind)) + ", " +
+                             (stride == 1 ? "step " : "write ") + std::to_string(n));
+                struck = attempt(Fault{.at = n, .kind = kind, .steps = steps});
+            }
+        }
+    }
+
     /// The faults that the structural check finds.
     std::vector<std::string> Faults(const Text& path)
     {

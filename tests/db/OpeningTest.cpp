@@ -306,6 +306,7 @@ TEST_F(OpeningTest, InUseDependsOnWhatIsWanted)
 TEST_F(OpeningTest, RecoverableWorkingFiles)
 {
     MakeDocument(Path(u"~or1.tmp"), " ", "C:\\Origineel.ord");
+    folder_.Write("~or3.tmp", "text");
     MakeDocument(document_);
     Session session = anna_.Session();
     struct Case
@@ -320,6 +321,7 @@ TEST_F(OpeningTest, RecoverableWorkingFiles)
         {"type compares exactly", Path(u"~or1.tmp"), u"Orders", false, u"C:\\Origineel.ord"},
         {"no tilde", document_, u"ORDERS", false, u"oud pad"},
         {"not there", Path(u"~or2.tmp"), u"ORDERS", false, u"as it was"},
+        {"no database", Path(u"~or3.tmp"), u"ORDERS", false, u"as it was"},
     };
     for (const Case& c : cases) {
         Text original = u"as it was";

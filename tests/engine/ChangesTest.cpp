@@ -1,5 +1,8 @@
 // The one path by which rows change: conversions, rules, keys, relations; by recordset and by statement.
 
+#include <map>
+#include <random>
+
 #include "engine/EngineFixture.h"
 
 namespace vmlib::test {
@@ -349,6 +352,95 @@ TEST_F(RelationsTest, ReachIntoTheSameTable)
     EXPECT_THAT(Rows(database, u"SELECT * FROM Boom ORDER BY Id"), ElementsAre("2|9", "3|2", "9|9"));
     Execute(database, u"DELETE FROM Boom WHERE Id = 9", 128);
     EXPECT_THAT(Rows(database, u"SELECT * FROM Boom"), ElementsAre());
+}
+
+// Random changes in every way, beside a model of what must be there; the checker has the last word.
+TEST_F(ChangesTest, RandomChangesAgreeWithAModel)
+{
+    const unsigned seed = std::random_device()();
+    std::mt19937 random(seed);
+    const auto below = [&](std::uint32_t limit) { return static_cast<std::int32_t>(random() % limit); };
+    ObjectRef database = Create(u"model.mdb");
+    MakeTable(database, u"P", {{u"Id", Long}, {u"Naam", Text10, 60}});
+    MakeTable(database, u"K", {{u"Id", Long}, {u"PId", Long}, {u"Noot", Memo}});
+    MakeIndex(database, u"P", u"PK", u"Id", true, true);
+    MakeIndex(database, u"P", u"OpNaam", u"Naam", false, false);
+    MakeIndex(database, u"K", u"PK", u"Id", true, true);
+    MakeRelation(database, u"Kind", u"P", u"Id", u"K", u"PId", 256 + 4096);
+    std::map<std::int32_t, std::int32_t> parents, children;  // id to a mark; id to parent
+
+    const auto apply = [&](const Text& sql) { return ErrorOf([&] { Execute(database, sql, 128); }); };
+    const auto name = [&](std::int32_t mark) {
+        return Text(static_cast<std::size_t>(mark % 50), u'n') + Decimal(mark);
+    };
+    for (int step = 0; step < 1500; ++step) {
+        const std::int32_t id = below(12), other = below(12), child = below(40), mark = below(1000);
+        const Text idText = Decimal(id), otherText = Decimal(other), childText = Decimal(child);
+        switch (below(7)) {
+            case 0:
+                EXPECT_EQ(apply(u"INSERT INTO P VALUES (" + idText + u", '" + name(mark) + u"')"),
+                          parents.contains(id) ? 3022 : 0);
+                parents.emplace(id, mark);
+                break;
+            case 1: {
+                const std::int32_t expected = !parents.contains(id) ? 3201 : children.contains(child) ? 3022 : 0;
+                EXPECT_EQ(apply(u"INSERT INTO K VALUES (" + childText + u", " + idText + u", '" +
+                                Text(std::size_t(mark), u'm') + u"')"),
+                          expected);
+                if (expected == 0) children[child] = id;
+                break;
+            }
+            case 2:
+                EXPECT_EQ(apply(u"DELETE FROM P WHERE Id = " + idText), 0);
+                parents.erase(id);
+                std::erase_if(children, [&](const auto& entry) { return entry.second == id; });
+                break;
+            case 3:
+                if (!parents.contains(id)) break;
+                EXPECT_EQ(apply(u"UPDATE P SET Id = " + otherText + u" WHERE Id = " + idText),
+                          id != other && parents.contains(other) ? 3022 : 0);
+                if (id == other || parents.contains(other)) break;
+                parents[other] = parents[id];
+                parents.erase(id);
+                for (auto& [key, parent] : children) parent = parent == id ? other : parent;
+                break;
+            case 4: {
+                const ObjectRef records = Records(database, u"P", 1);
+                Put(records, u"Index", u"PK");
+                Call(records, u"Seek", u"=", id);
+                EXPECT_EQ(ToBoolean(Get(records, u"NoMatch")), !parents.contains(id));
+                if (!parents.contains(id)) break;
+                Call(records, u"Edit");
+                PutField(records, u"Naam", name(mark));
+                Call(records, u"Update");
+                parents[id] = mark;
+                break;
+            }
+            case 5: {
+                const ObjectRef records = Records(database, u"K", 2);
+                Call(records, u"FindFirst", u"Id = " + childText);
+                EXPECT_EQ(ToBoolean(Get(records, u"NoMatch")), !children.contains(child));
+                if (!children.contains(child)) break;
+                Call(records, u"Delete");
+                children.erase(child);
+                break;
+            }
+            default:
+                if (!children.contains(child)) break;
+                EXPECT_EQ(apply(u"UPDATE K SET PId = " + idText + u", Noot = Noot & 'x' WHERE Id = " + childText),
+                          parents.contains(id) ? 0 : 3201);
+                if (parents.contains(id)) children[child] = id;
+        }
+        ASSERT_FALSE(HasFailure()) << "seed " << seed << ", step " << step;
+    }
+    std::vector<std::string> expected;
+    for (const auto& [id, mark] : parents) expected.push_back(std::to_string(id) + "|" + ToUtf8(name(mark)));
+    EXPECT_EQ(Rows(database, u"SELECT * FROM P ORDER BY Id"), expected) << "seed " << seed;
+    expected.clear();
+    for (const auto& [id, parent] : children) expected.push_back(std::to_string(id) + "|" + std::to_string(parent));
+    EXPECT_EQ(Rows(database, u"SELECT Id, PId FROM K ORDER BY Id"), expected) << "seed " << seed;
+    Call(database, u"Close");
+    EXPECT_THAT(FaultsOf(u"model.mdb"), testing::IsEmpty()) << "seed " << seed;
 }
 
 TEST_F(ChangesTest, TransactionsTakeEverythingBack)

@@ -12,6 +12,7 @@
 #include "automation/Object.h"
 #include "core/Error.h"
 #include "engine/Engine.h"
+#include "jet/Check.h"
 #include "platform/Platform.h"
 #include "support/GenuineFiles.h"
 #include "support/TemporaryFolder.h"
@@ -134,6 +135,14 @@ protected:
         }
         Call(records, u"Close");
         return rows;
+    }
+
+    /// What the strict check of the closed file finds wrong with it.
+    std::vector<std::string> FaultsOf(TextView name)
+    {
+        jet::Workspace workspace(Platform().files, folder_.Path() + u"\\");
+        const auto database = workspace.Open(folder_.Path(name), {.readOnly = true});
+        return jet::Check(*database).faults;
     }
 
     /// The number of the error that the step raises; 0 when it raises none.

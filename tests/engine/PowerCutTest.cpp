@@ -45,6 +45,7 @@ protected:
         EXPECT_EQ(Rows(database, u"SELECT Count(*) FROM K WHERE PId > 0"),
                   Rows(database, u"SELECT Count(*) FROM K WHERE PId + 0 > 0"));
         Call(database, u"Close");
+        EXPECT_THAT(FaultsOf(u"a.mdb"), testing::IsEmpty());
         return rows;
     }
 
@@ -121,20 +122,23 @@ TEST_F(PowerCutTest, AFullDiskIsAnErrorAndChangesNothing)
 {
     Prepare();
     const auto before = State();
-    const ObjectRef database = Open(u"a.mdb");
-    bool finished = false;
-    for (int n = 1; !finished; ++n) {
+    bool struck = true;
+    for (int n = 1; struck; ++n) {
+        // Opened anew each time: a file whose old pages could not be put back is refused until its journal is played
+        // back.
+        const ObjectRef database = Open(u"a.mdb");
         Failing().Arm(
             {.at = n, .kind = FaultKind::FailsOn, .fault = FileFault::DiskFull, .steps = {Step::Write, Step::Resize}});
         const std::int32_t error =
             ErrorOf([&] { Execute(database, u"INSERT INTO K (PId, Noot) SELECT PId, Noot FROM K"); });
-        finished = !Failing().Struck();
+        struck = Failing().Struck();
         Failing().Disarm();
-        if (finished) break;
+        ResumeNext([&] { Call(database, u"Close"); });
+        if (!struck) break;
         EXPECT_EQ(error, 3026) << "write " << n;
-        EXPECT_EQ(Rows(database, u"SELECT Count(*) FROM K"), std::vector<std::string>{"12"}) << "write " << n;
+        EXPECT_EQ(State(), before) << "write " << n;
     }
-    EXPECT_EQ(Rows(database, u"SELECT Count(*) FROM K"), std::vector<std::string>{"24"});
+    EXPECT_NE(State(), before);
 }
 
 }  // namespace

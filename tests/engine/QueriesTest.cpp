@@ -165,7 +165,7 @@ TEST_F(QueriesTest, AnIndexFindsWhatAScanFinds)
                                      u"L < -1",
                                      u"L Between -1 And 1",
                                      u"L = 3000000000",
-                                     u"L = '2'",
+
                                      u"B >= 2",
                                      u"B = -1",
                                      u"B = 1 And L = 2",

@@ -1,8 +1,4 @@
-#include <array>
-#include <cstdio>
-
-#include "jet/DatabaseFixture.h"
-#include "jet/HeaderPage.h"
+#include "jet/CatalogueFixture.h"
 #include "support/FailingFiles.h"
 
 namespace vmlib::jet {
@@ -12,76 +8,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const SortLocale dutch{0, dutchOrder, 1252};
-
-/// What a program of another maker prints; no value when it is not installed.
-std::optional<std::string> OutputOf(const std::string& program, const std::string& arguments)
+class CatalogueTest : public CatalogueFixture
 {
-    if (std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) != 0) return std::nullopt;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((program + " " + arguments).c_str(), "r"), pclose);
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), count);
-    return output;
-}
-
-#define OUTPUT_OR_SKIP(variable, program, arguments)                  \
-    const auto variable##Output = OutputOf(program, arguments);       \
-    if (!variable##Output) GTEST_SKIP() << program << " is not installed"; \
-    const std::string variable = *variable##Output
-
-class CatalogueTest : public DatabaseFixture
-{
-protected:
-    std::shared_ptr<Database> database_ = workspace_->Create(At("a.mdb"), dutch, u"");
-
-    std::string Native() const { return folder_.Native("a.mdb").string(); }
-
-    void ExpectSound()
-    {
-        const CheckReport report = Check(*database_);
-        EXPECT_THAT(report.faults, IsEmpty());
-        EXPECT_THAT(report.notes, IsEmpty());
-    }
-
-    /// Holders and their rights on an object.
-    std::map<Bytes, std::int32_t> RightsOf(TextView name, std::int16_t type)
-    {
-        std::map<Bytes, std::int32_t> rights;
-        const std::int32_t id = database_->FindObject(name, type)->id;
-        const auto table = database_->OpenTable(u"MSysACEs");
-        for (auto cursor = table->Scan(); cursor.Next();) {
-            const Row& row = cursor.Current();
-            if (std::get<std::int32_t>(row[0]) == id) rights[std::get<Bytes>(row[1])] = std::get<std::int32_t>(row[2]);
-        }
-        return rights;
-    }
-
-    static TableDefinition Klanten()
-    {
-        TableDefinition table = TableOf(u"Klanten", {Column(u"Id", ColumnType::Long), Column(u"Naam", ColumnType::Text, 50),
-                                                     Column(u"Saldo", ColumnType::Currency), Column(u"Opmerking", ColumnType::Memo)});
-        table.columns[0].autoNumber = true;
-        table.columns[1].properties.SetBoolean(u"Required", true);
-        table.columns[1].properties.SetBoolean(u"AllowZeroLength", false);
-        table.columns[2].properties.SetString(u"DefaultValue", u"0");
-        return table;
-    }
-    static TableDefinition Orders()
-    {
-        return TableOf(u"Orders", {Column(u"Nr", ColumnType::Long), Column(u"Klant", ColumnType::Long), Column(u"Naam", ColumnType::Text, 50)});
-    }
-    static RelationDefinition Relation(TextView name, std::uint32_t attributes = 0)
-    {
-        return {Text(name), u"Klanten", u"Orders", attributes, {{u"Id", u"Klant"}}};
-    }
-
-    void MakeBoth()
-    {
-        database_->CreateTable(Klanten());
-        database_->CreateTable(Orders());
-        database_->CreateIndex(u"Klanten", IndexOver(*database_->OpenTable(u"Klanten"), u"PrimaryKey", {u"Id"}, true));
-    }
 };
 
 TEST_F(CatalogueTest, ATableWithPropertiesComesBack)
@@ -115,8 +43,9 @@ TEST_F(CatalogueTest, OtherProgramsReadWhatWasMade)
     OUTPUT_OR_SKIP(tables, "mdb-tables", "-1 " + Native());
     EXPECT_EQ(tables, "Klanten\nOrders\n");
     OUTPUT_OR_SKIP(schema, "mdb-schema", Native() + " postgres");
-    for (const char* line : {"\"id\"\t\t\tSERIAL", "\"naam\"\t\t\tVARCHAR (50) NOT NULL", "\"saldo\"\t\t\tNUMERIC(15,2)",
-                             "PRIMARY KEY (\"id\")", "FOREIGN KEY (\"klant\") REFERENCES \"Klanten\"(\"id\") ON DELETE CASCADE"}) {
+    for (const char* line :
+         {"\"id\"\t\t\tSERIAL", "\"naam\"\t\t\tVARCHAR (50) NOT NULL", "\"saldo\"\t\t\tNUMERIC(15,2)",
+          "PRIMARY KEY (\"id\")", "FOREIGN KEY (\"klant\") REFERENCES \"Klanten\"(\"id\") ON DELETE CASCADE"}) {
         EXPECT_THAT(schema, HasSubstr(line));
     }
     OUTPUT_OR_SKIP(rows, "mdb-export", "-H " + Native() + " Klanten");
@@ -161,7 +90,8 @@ TEST_F(CatalogueTest, CreateTableRefuses)
         {"a column with a dot", TableOf(u"T", {Column(u"a.b", ColumnType::Long)}), 3125},
     };
     const PageNumber pages = database_->GetFacts().pages;
-    for (const auto& row : cases) EXPECT_EQ(NumberOf([&] { database_->CreateTable(row.table); }), row.number) << row.why;
+    for (const auto& row : cases)
+        EXPECT_EQ(NumberOf([&] { database_->CreateTable(row.table); }), row.number) << row.why;
     EXPECT_THAT(TableNames(*database_), ElementsAre(u"Klanten", u"Orders"));
     EXPECT_EQ(database_->GetFacts().pages, pages);
     many.pop_back();
@@ -172,7 +102,8 @@ TEST_F(CatalogueTest, CreateTableRefuses)
 TEST_F(CatalogueTest, DroppedTablesLeaveNothing)
 {
     MakeBoth();
-    for (int i = 0; i < 300; ++i) Insert(*database_, u"Klanten", {i, std::string(40, 'a'), Null{}, std::string(3000, 'm')});
+    for (int i = 0; i < 300; ++i)
+        Insert(*database_, u"Klanten", {i, std::string(40, 'a'), Null{}, std::string(3000, 'm')});
     database_->DropTable(u"klanten");
     database_->DropTable(u"ORDERS ");
     EXPECT_THAT(TableNames(*database_), IsEmpty());
@@ -243,131 +174,9 @@ TEST_F(CatalogueTest, DesignChangesRefuse)
         {"no such query", [](Database& d) { d.DropQuery(u"X"); }, 3011},
     };
     for (const auto& row : cases) EXPECT_EQ(NumberOf([&] { row.change(*database_); }), row.number) << row.why;
-    EXPECT_EQ(NumberOf([&] { database_->RenameColumn(u"Klanten", u"naam", u"NAAM"); }), 0);  // another spelling of itself
+    EXPECT_EQ(NumberOf([&] { database_->RenameColumn(u"Klanten", u"naam", u"NAAM"); }),
+              0);  // another spelling of itself
     EXPECT_EQ(database_->OpenTable(u"Klanten")->Definition().columns.size(), 4u);
-    ExpectSound();
-}
-
-TEST_F(CatalogueTest, RelationsRoundTrip)
-{
-    MakeBoth();
-    const RelationDefinition enforced = Relation(u"KlantenOrders", 256 | 4096);
-    const RelationDefinition loose{u"Los", u"Klanten", u"Orders", 2, {{u"Id", u"Klant"}, {u"Naam", u"Naam"}}};
-    database_->CreateRelation(enforced);
-    database_->CreateRelation(loose);
-    database_->Close();
-    database_ = workspace_->Open(At("a.mdb"), {});
-
-    const auto relations = database_->Relations();
-    ASSERT_EQ(relations.size(), 2u);
-    EXPECT_EQ(relations[0].fields, enforced.fields);
-    EXPECT_EQ(relations[0].attributes, enforced.attributes);
-    EXPECT_EQ(relations[1].fields, loose.fields);
-    EXPECT_FALSE(relations[1].Enforced());
-    const TableDefinition klanten = database_->OpenTable(u"Klanten")->Definition();
-    const TableDefinition orders = database_->OpenTable(u"Orders")->Definition();
-    ASSERT_EQ(orders.indexes.size(), 1u);
-    const IndexDefinition& many = orders.indexes[0];
-    EXPECT_EQ(many.name, u"KlantenOrders");
-    EXPECT_EQ(many.otherTable, klanten.page);
-    EXPECT_TRUE(many.cascadeUpdate && many.cascadeDelete);
-    ASSERT_EQ(klanten.indexes.size(), 2u);
-    const IndexDefinition& one = klanten.indexes[0];
-    EXPECT_EQ(one.name, u".rB");
-    EXPECT_EQ(one.realIndex, klanten.IndexNamed(u"PrimaryKey")->realIndex);
-    EXPECT_EQ(one.otherTable, orders.page);
-    EXPECT_EQ(one.otherIndex, static_cast<std::int32_t>(many.number));
-    EXPECT_EQ(many.otherIndex, static_cast<std::int32_t>(one.number));
-    ExpectSound();
-
-    database_->RenameTable(u"Klanten", u"Relaties");
-    database_->RenameColumn(u"Orders", u"Klant", u"Relatie");
-    EXPECT_EQ(database_->Relations()[0].table, u"Relaties");
-    EXPECT_EQ(database_->Relations()[0].fields[0], (std::pair<Text, Text>{u"Id", u"Relatie"}));
-    database_->DropRelation(u"klantenorders");
-    database_->DropRelation(u"Los");
-    EXPECT_THAT(database_->Relations(), IsEmpty());
-    EXPECT_THAT(database_->OpenTable(u"Orders")->Definition().trees, testing::SizeIs(0));
-    EXPECT_EQ(database_->OpenTable(u"MSysACEs")->RowCount(), 20u);  // two tables
-    ExpectSound();
-}
-
-// The same relations as in a genuine file, made in a copy of it without them, give the same definitions.
-TEST_F(CatalogueTest, ARelationMadeAnewEqualsTheGenuineOne)
-{
-    VMLIB_GENUINE_FILE(genuine, "indexTestV1997.mdb");
-    const auto theirs = workspace_->Open(CopyOf(genuine), {});
-    std::vector<RelationDefinition> relations = theirs->Relations();
-    ASSERT_EQ(relations.size(), 2u);
-    std::vector<TableDefinition> before;
-    for (const TextView name : {u"Table1", u"Table2", u"Table3"}) before.push_back(theirs->OpenTable(name)->Definition());
-    for (const auto& relation : relations) theirs->DropRelation(relation.name);
-    EXPECT_THAT(Check(*theirs).faults, IsEmpty());
-    for (const auto& relation : relations) theirs->CreateRelation(relation);  // in the order of their names: as they had been made
-    EXPECT_THAT(Check(*theirs).faults, IsEmpty());
-    for (const TableDefinition& expected : before) {
-        const TableDefinition found = theirs->OpenTable(expected.name)->Definition();
-        ASSERT_EQ(found.indexes.size(), expected.indexes.size());
-        for (std::size_t i = 0; i < found.indexes.size(); ++i) {
-            const IndexDefinition &one = found.indexes[i], &other = expected.indexes[i];
-            SCOPED_TRACE(ToUtf8(expected.name + u"." + other.name));
-            EXPECT_EQ(one.name, other.name);
-            EXPECT_EQ(one.number, other.number);
-            EXPECT_EQ(one.realIndex, other.realIndex);
-            EXPECT_EQ(one.otherTableKind, other.otherTableKind);
-            EXPECT_EQ(one.otherIndex, other.otherIndex);
-            EXPECT_EQ(one.otherTable, other.otherTable);
-            EXPECT_EQ(one.cascadeUpdate, other.cascadeUpdate);
-            EXPECT_EQ(one.cascadeDelete, other.cascadeDelete);
-        }
-    }
-    EXPECT_EQ(theirs->Relations().size(), 2u);
-}
-
-TEST_F(CatalogueTest, CreateRelationRefuses)
-{
-    MakeBoth();
-    database_->CreateRelation(Relation(u"Er"));
-    Insert(*database_, u"Klanten", {std::int32_t{1}, std::string("Jan"), Null{}, Null{}});
-    database_->CreateTable(TableOf(u"Wezen", {Column(u"Klant", ColumnType::Long)}));
-    Insert(*database_, u"Wezen", {std::int32_t{1}});
-    Insert(*database_, u"Wezen", {Null{}});  // refers to nobody
-    database_->CreateRelation({u"Goed", u"Klanten", u"Wezen", 0, {{u"Id", u"Klant"}}});
-    database_->DropRelation(u"Goed");
-    Insert(*database_, u"Wezen", {std::int32_t{2}});
-    const struct
-    {
-        const char* why;
-        RelationDefinition relation;
-        std::int32_t number;
-    } cases[] = {
-        {"no fields", {u"R", u"Klanten", u"Orders", 0, {}}, 3366},
-        {"exists", Relation(u"ER"), 3012},
-        {"no such table", {u"R", u"X", u"Orders", 0, {{u"Id", u"Klant"}}}, 3078},
-        {"no such foreign table", {u"R", u"Klanten", u"X", 0, {{u"Id", u"Klant"}}}, 3078},
-        {"no such field", {u"R", u"Klanten", u"Orders", 0, {{u"Id", u"X"}}}, 3409},
-        {"another type", {u"R", u"Klanten", u"Orders", 0, {{u"Id", u"Naam"}}}, 3368},
-        {"not unique", {u"R", u"Klanten", u"Orders", 0, {{u"Naam", u"Naam"}}}, 3609},
-        {"a row without its other", {u"R", u"Klanten", u"Wezen", 0, {{u"Id", u"Klant"}}}, 3379},
-    };
-    for (const auto& row : cases) EXPECT_EQ(NumberOf([&] { database_->CreateRelation(row.relation); }), row.number) << row.why;
-    EXPECT_EQ(database_->Relations().size(), 1u);
-    database_->CreateRelation({u"Los", u"Klanten", u"Wezen", 2, {{u"Id", u"Klant"}}});  // nobody enforces it
-    ExpectSound();
-}
-
-TEST_F(CatalogueTest, ATableMayRelateToItself)
-{
-    database_->CreateTable(TableOf(u"Boom", {Column(u"Id", ColumnType::Long), Column(u"Ouder", ColumnType::Long)}));
-    database_->CreateIndex(u"Boom", IndexOver(*database_->OpenTable(u"Boom"), u"PrimaryKey", {u"Id"}, true));
-    database_->CreateRelation({u"Takken", u"Boom", u"Boom", 0, {{u"Id", u"Ouder"}}});
-    const TableDefinition table = database_->OpenTable(u"Boom")->Definition();
-    ASSERT_EQ(table.indexes.size(), 3u);
-    EXPECT_EQ(table.IndexNamed(u"Takken")->otherIndex, static_cast<std::int32_t>(table.IndexNamed(u".rC")->number));
-    EXPECT_EQ(table.IndexNamed(u".rC")->otherIndex, static_cast<std::int32_t>(table.IndexNamed(u"Takken")->number));
-    ExpectSound();
-    database_->DropRelation(u"Takken");
-    EXPECT_EQ(database_->OpenTable(u"Boom")->Definition().indexes.size(), 1u);
     ExpectSound();
 }
 
@@ -378,9 +187,9 @@ TEST_F(CatalogueTest, GenuineQueriesComeBackRowForRow)
     const auto queries = theirs->Queries();
     ASSERT_EQ(queries.size(), 9u);
     const std::pair<TextView, std::uint32_t> types[] = {
-        {u"AppendQuery", 64},     {u"CrosstabQuery", 16},     {u"DataDefinitionQuery", 96}, {u"DeleteQuery", 32},
-        {u"MakeTableQuery", 80},  {u"PassthroughQuery", 112}, {u"SelectQuery", 0},          {u"UnionQuery", 128},
-        {u"UpdateQuery", 48},
+        {u"AppendQuery", 64}, {u"CrosstabQuery", 16},  {u"DataDefinitionQuery", 96},
+        {u"DeleteQuery", 32}, {u"MakeTableQuery", 80}, {u"PassthroughQuery", 112},
+        {u"SelectQuery", 0},  {u"UnionQuery", 128},    {u"UpdateQuery", 48},
     };
     for (std::size_t i = 0; i < queries.size(); ++i) {
         EXPECT_EQ(queries[i].name, types[i].first);
@@ -490,7 +299,8 @@ TEST_F(CatalogueTest, ADesignChangeThatFailsChangesNothing)
         const auto workspace = NewWorkspace(failing);
         const auto database = workspace->Open(At("a.mdb"), {});
         const auto rights = database->OpenTable(u"MSysACEs")->RowCount();
-        failing.Arm({.at = n, .kind = FaultKind::Fails, .fault = FileFault::DiskFull, .steps = {Step::Write, Step::Create}});
+        failing.Arm(
+            {.at = n, .kind = FaultKind::Fails, .fault = FileFault::DiskFull, .steps = {Step::Write, Step::Create}});
         const std::int32_t number = NumberOf([&] { database->CreateRelation(Relation(u"R", 4096)); });
         struck = failing.Struck();
         failing.Disarm();
@@ -514,12 +324,14 @@ TEST_F(CatalogueTest, GenuineFilesStaySoundThroughChanges)
         database_->StoreQuery({u"Vraag", 0, {}});
         database_->AddColumn(TableNames(*database_)[0], Column(u"Extra", ColumnType::Text));
         EXPECT_THAT(Check(*database_).faults, testing::SizeIs(faults)) << name;
-        // New objects get the rights that the file's own objects of their kind have (in employee.mdb these are older than the rights of the container).
+        // New objects get the rights that the file's own objects of their kind have (in employee.mdb these are older
+        // than the rights of the container).
         const bool alike = std::string_view(name) != "employee.mdb";
         if (alike) {
             EXPECT_EQ(RightsOf(u"Klanten", 1), RightsOf(TableNames(*database_)[1], 1)) << name;
         }
-        for (const auto& relation : database_->Relations()) EXPECT_EQ(RightsOf(u"R", 8), RightsOf(relation.name, 8)) << name;
+        for (const auto& relation : database_->Relations())
+            EXPECT_EQ(RightsOf(u"R", 8), RightsOf(relation.name, 8)) << name;
         database_->DropRelation(u"R");
         database_->DropTable(u"Orders");
         database_->DropQuery(u"Vraag");

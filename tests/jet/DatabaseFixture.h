@@ -50,7 +50,8 @@ protected:
         return table;
     }
 
-    static NewIndex IndexOver(Table& table, TextView name, std::initializer_list<TextView> columns, bool primary = false, bool unique = false)
+    static NewIndex IndexOver(Table& table, TextView name, std::initializer_list<TextView> columns,
+                              bool primary = false, bool unique = false)
     {
         NewIndex index;
         index.name = name;
@@ -68,7 +69,8 @@ protected:
         UnitOfWork unit(database.GetPager());
         const auto opened = database.OpenTable(table);
         const RowPointer at = opened->Insert(row);
-        if (opened->Definition().columns.front().autoNumber) opened->NoteAutoNumber(std::get<std::int32_t>(row.front()));
+        if (opened->Definition().columns.front().autoNumber)
+            opened->NoteAutoNumber(std::get<std::int32_t>(row.front()));
         unit.Commit();
         return at;
     }

@@ -7,8 +7,8 @@
 #include "jet/RowCodec.h"
 #include "jet/RowStore.h"
 
-// What genuine files say: every definition and every row is read, compared with what an independent reader makes of it, and written again byte for
-// byte.
+// What genuine files say: every definition and every row is read, compared with what an independent reader makes of it,
+// and written again byte for byte.
 namespace vmlib::jet {
 namespace {
 
@@ -30,7 +30,8 @@ TEST_P(GenuineTable, RowsReadAsAnotherReaderReadsThem)
     EXPECT_EQ(file.pager.HeldPages(), 0u);
 }
 
-/// Writes zeros over what means nothing in a definition: the order of unused index columns. Sorts the maps of long values, whose order is free.
+/// Writes zeros over what means nothing in a definition: the order of unused index columns. Sorts the maps of long
+/// values, whose order is free.
 Bytes Normalized(Bytes joined, const TableDefinition& table)
 {
     joined.resize(LoadLittle<std::uint32_t>(joined.data() + 8));
@@ -48,7 +49,9 @@ Bytes Normalized(Bytes joined, const TableDefinition& table)
     }
     std::sort(maps.begin(), maps.end());
     std::size_t to = joined.size() - 2 - 10 * longCount;
-    for (const Bytes& map : maps) to = static_cast<std::size_t>(std::copy(map.begin(), map.end(), joined.begin() + static_cast<std::ptrdiff_t>(to)) - joined.begin());
+    for (const Bytes& map : maps)
+        to = static_cast<std::size_t>(
+            std::copy(map.begin(), map.end(), joined.begin() + static_cast<std::ptrdiff_t>(to)) - joined.begin());
     return joined;
 }
 
@@ -99,7 +102,8 @@ TEST_P(GenuineTable, RowsAreWrittenAsTheyStand)
             RowCodec::Buffer buffer;
             codec.Encode(cursor.Current(), longFields, buffer);
             const Bytes written(buffer.bytes.begin(), buffer.bytes.begin() + static_cast<std::ptrdiff_t>(buffer.size));
-            EXPECT_EQ(written, stored) << ToUtf8(definition.name) << " page " << cursor.Where().page << " row " << int{cursor.Where().row};
+            EXPECT_EQ(written, stored) << ToUtf8(definition.name) << " page " << cursor.Where().page << " row "
+                                       << int{cursor.Where().row};
             ++compared;
         }
     }

@@ -17,7 +17,8 @@ namespace vmlib::jet {
 class GenuineTables
 {
 public:
-    explicit GenuineTables(const std::filesystem::path& path) : pager(MemoryPager::FileBytes(path.string())), allocator(pager)
+    explicit GenuineTables(const std::filesystem::path& path)
+        : pager(MemoryPager::FileBytes(path.string())), allocator(pager)
     {
         TableDefinition catalogue = Table::ReadDefinition(pager, objectsTablePage);
         const std::size_t id = *catalogue.ColumnNamed(u"Id"), name = *catalogue.ColumnNamed(u"Name");
@@ -26,7 +27,8 @@ public:
         for (auto cursor = objects.Scan(); cursor.Next();) {
             const Row& row = cursor.Current();
             if (std::get<std::int16_t>(row[type]) != 1) continue;
-            TableDefinition definition = Table::ReadDefinition(pager, static_cast<PageNumber>(std::get<std::int32_t>(row[id])));
+            TableDefinition definition =
+                Table::ReadDefinition(pager, static_cast<PageNumber>(std::get<std::int32_t>(row[id])));
             definition.name = FromAnsi(std::get<std::string>(row[name]));
             tables.push_back(std::make_unique<Table>(pager, allocator, std::move(definition)));
         }
@@ -40,7 +42,8 @@ public:
 /// The genuine files of format 3 that are not encrypted.
 inline auto GenuineFileNames()
 {
-    return testing::Values("testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb", "employee.mdb");
+    return testing::Values("testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb",
+                           "employee.mdb");
 }
 
 }  // namespace vmlib::jet

@@ -1,21 +1,16 @@
-#include "jet/IndexTree.h"
-
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <random>
 #include <set>
 
 #include "core/ByteOrder.h"
 #include "jet/Damage.h"
-#include "jet/EntrySorter.h"
 #include "jet/IndexPage.h"
+#include "jet/IndexTree.h"
 #include "jet/MemoryPager.h"
 #include "jet/PageMap.h"
+#include "jet/TreeEntries.h"
 #include "jet/TreeVerifier.h"
-#include "platform/Platform.h"
-#include "support/FailingFiles.h"
-#include "support/TemporaryFolder.h"
 
 namespace vmlib::jet {
 namespace {
@@ -24,8 +19,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr PageNumber owner = 2;  // the first page that is allocated: stands for the definition of the table
-
 /// An index tree in a file of its own.
 struct TreeInMemory
 {
@@ -33,14 +26,14 @@ struct TreeInMemory
     PageAllocator allocator{pager};
     UnitOfWork unit{pager};
     PageNumber definitionPage = allocator.Allocate().Number();
-    TreeDefinition definition = IndexTree::Create(pager, allocator, owner);
-    IndexTree tree{pager, allocator, owner, definition.root, definition.ownedMap};
+    TreeDefinition definition = IndexTree::Create(pager, allocator, treeOwner);
+    IndexTree tree{pager, allocator, treeOwner, definition.root, definition.ownedMap};
 
     ~TreeInMemory() { unit.Commit(); }
 
     std::vector<std::string> Verified()
     {
-        const TreeVerifier verifier(pager, owner, definition);
+        const TreeVerifier verifier(pager, treeOwner, definition);
         EXPECT_THAT(verifier.Faults(), IsEmpty());
         return verifier.Entries();
     }
@@ -57,19 +50,6 @@ std::string Hex(std::string_view bytes)
     return text;
 }
 
-RowPointer Pointer(std::uint32_t number)
-{
-    return {number / 200 + 20, static_cast<std::uint8_t>(number % 200)};
-}
-
-/// Big endian, so that keys ascend with the numbers; `size` bytes, those in front all alike.
-Key NumberKey(std::uint32_t number, std::size_t size = 5)
-{
-    Key key(size, '\x7F');
-    StoreBig<std::uint32_t>(reinterpret_cast<std::uint8_t*>(key.data()) + size - 4, number);
-    return key;
-}
-
 /// Entries forward from the first or backward from the last.
 std::vector<std::string> Walked(const IndexTree& tree, bool forward)
 {
@@ -84,9 +64,9 @@ std::vector<std::string> Walked(const IndexTree& tree, bool forward)
 struct KeyKind
 {
     const char* name;
-    std::size_t least, most;   // bytes
-    std::size_t alike;         // leading bytes that all share
-    int letters;               // different values of the others
+    std::size_t least, most;  // bytes
+    std::size_t alike;        // leading bytes that all share
+    int letters;              // different values of the others
 };
 
 void PrintTo(const KeyKind& kind, std::ostream* out)
@@ -158,7 +138,8 @@ TEST_P(RandomChanges, AgreeWithASortedSet)
                 ASSERT_TRUE(watcher.AtEnd());
             } else {
                 ASSERT_FALSE(watcher.AtEnd());
-                ASSERT_EQ(Hex(EntryOf(watcher.EntryKey(), watcher.Row())), Hex(*(forward ? expected : std::prev(expected))));
+                ASSERT_EQ(Hex(EntryOf(watcher.EntryKey(), watcher.Row())),
+                          Hex(*(forward ? expected : std::prev(expected))));
             }
         }
         if (!watcher.AtEnd()) watched = EntryOf(watcher.EntryKey(), watcher.Row());
@@ -199,8 +180,7 @@ TEST_P(RandomChanges, AgreeWithASortedSet)
 
 INSTANTIATE_TEST_SUITE_P(Keys, RandomChanges,
                          testing::Values(KeyKind{"Single bytes, mostly equal keys", 1, 1, 0, 3},
-                                         KeyKind{"Short", 1, 6, 1, 4},
-                                         KeyKind{"Text of usual length", 8, 40, 1, 26},
+                                         KeyKind{"Short", 1, 6, 1, 4}, KeyKind{"Text of usual length", 8, 40, 1, 26},
                                          KeyKind{"Alike but for their end", 230, 240, 225, 250},
                                          KeyKind{"Long and different", 200, 255, 0, 256},
                                          KeyKind{"All lengths", 1, 255, 0, 2}));
@@ -209,7 +189,7 @@ TEST(IndexTree, AscendingEntriesLeaveFullPages)
 {
     TreeInMemory file;
     for (std::uint32_t n = 0; n < 20000; ++n) file.tree.Insert(NumberKey(n), Pointer(n));
-    const TreeVerifier verifier(file.pager, owner, file.definition);
+    const TreeVerifier verifier(file.pager, treeOwner, file.definition);
     EXPECT_THAT(verifier.Faults(), IsEmpty());
     EXPECT_THAT(verifier.Entries(), SizeIs(20000));
     EXPECT_LT(verifier.FreeBytesOfLeaves(), verifier.Leaves() * 1800 / 20);  // 95 % full
@@ -219,10 +199,12 @@ TEST(IndexTree, GrowsAndShrinksByLevels)
 {
     TreeInMemory file;
     const std::uint32_t count = 4000;  // of 250 bytes that share nothing: seven a page, five levels
-    const auto key = [](std::uint32_t n) { return NumberKey(n * 2654435761u, 4) + std::string(246, static_cast<char>(n)); };
+    const auto key = [](std::uint32_t n) {
+        return NumberKey(n * 2654435761u, 4) + std::string(246, static_cast<char>(n));
+    };
     for (std::uint32_t n = 0; n < count; ++n) file.tree.Insert(key(n), Pointer(n));
     EXPECT_THAT(file.Verified(), SizeIs(count));
-    EXPECT_GE(IndexPage(file.pager.Read(file.tree.Root()), owner).Level(), 3u);
+    EXPECT_GE(IndexPage(file.pager.Read(file.tree.Root()), treeOwner).Level(), 3u);
     const std::size_t pagesBefore = file.pager.PageCount();
     for (std::uint32_t n = 0; n < count; ++n) {
         if (n % 7 == 0) continue;
@@ -309,11 +291,12 @@ class DamagedTree : public testing::TestWithParam<Wound>
 TEST_P(DamagedTree, IsRefusedByName)
 {
     TreeInMemory file;
-    for (std::uint32_t n = 0; n < 3000; ++n) file.tree.Insert(NumberKey(n * 2654435761u, 4) + std::string(60, 'x'), Pointer(n));
-    const IndexPage root(file.pager.Read(file.tree.Root()), owner);
+    for (std::uint32_t n = 0; n < 3000; ++n)
+        file.tree.Insert(NumberKey(n * 2654435761u, 4) + std::string(60, 'x'), Pointer(n));
+    const IndexPage root(file.pager.Read(file.tree.Root()), treeOwner);
     ASSERT_EQ(root.Level(), 2u);
     const PageNumber branch = root.Child(0);
-    const PageNumber leaf = IndexPage(file.pager.Read(branch), owner).Child(3);
+    const PageNumber leaf = IndexPage(file.pager.Read(branch), treeOwner).Child(3);
     GetParam().inflict(file, leaf, branch);
     EXPECT_THROW(Walked(file.tree, true), Damaged);
     EXPECT_THROW(Walked(file.tree, false), Damaged);
@@ -328,16 +311,23 @@ INSTANTIATE_TEST_SUITE_P(
     Wounds, DamagedTree,
     testing::Values(
         Wound{"free bytes", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[2] ^= 1; }},
-        Wound{"another owner", [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 4, owner + 1); }},
-        Wound{"next leaf is itself", [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 12, leaf), Poke(f, leaf, 8, leaf); }},
-        Wound{"next leaf is far behind the end", [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 12, 0xFFFFFFFF), Poke(f, leaf, 8, 1u << 24); }},
-        Wound{"neighbour is a branch", [](auto& f, PageNumber leaf, PageNumber branch) { Poke(f, leaf, 12, branch), Poke(f, leaf, 8, branch); }},
+        Wound{"another owner", [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 4, treeOwner + 1); }},
+        Wound{"next leaf is itself",
+              [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 12, leaf), Poke(f, leaf, 8, leaf); }},
+        Wound{"next leaf is far behind the end",
+              [](auto& f, PageNumber leaf, PageNumber) { Poke(f, leaf, 12, 0xFFFFFFFF), Poke(f, leaf, 8, 1u << 24); }},
+        Wound{"neighbour is a branch",
+              [](auto& f, PageNumber leaf, PageNumber branch) { Poke(f, leaf, 12, branch), Poke(f, leaf, 8, branch); }},
         Wound{"leaf of level 7", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[21] = 7; }},
-        Wound{"prefix beyond the first entry", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[20] = 255; }},
-        Wound{"entries that end at the start", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[22] |= 1; }},
-        Wound{"entries that end behind the page", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[247] |= 0x80; }},
+        Wound{"prefix beyond the first entry",
+              [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[20] = 255; }},
+        Wound{"entries that end at the start",
+              [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[22] |= 1; }},
+        Wound{"entries that end behind the page",
+              [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[247] |= 0x80; }},
         Wound{"an entry too many", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[22] |= 2; }},
-        Wound{"two entries out of order", [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[248 + 68 + 1] = 0xFF; }},
+        Wound{"two entries out of order",
+              [](auto& f, PageNumber leaf, PageNumber) { f.pager.Edit(leaf).Data()[248 + 68 + 1] = 0xFF; }},
         Wound{"zero page", [](auto& f, PageNumber leaf, PageNumber) { f.pager.EditZeroed(leaf); }}));
 
 TEST(IndexTree, DamagedBranchesEndEverySearch)
@@ -348,8 +338,8 @@ TEST(IndexTree, DamagedBranchesEndEverySearch)
         std::size_t at;
         std::uint32_t value;
     } const wounds[] = {
-        {"no tail child", 16, 0},           {"tail child far away", 16, 0xFFFFFF},    {"tail child is the header", 16, 0},
-        {"its own tail child", 16, 0xABCD}, {"a level too high", 20, 0x05000000},     {"a leaf", 20, 0},
+        {"no tail child", 16, 0},           {"tail child far away", 16, 0xFFFFFF}, {"tail child is the header", 16, 0},
+        {"its own tail child", 16, 0xABCD}, {"a level too high", 20, 0x05000000},  {"a leaf", 20, 0},
     };
     for (const auto& wound : wounds) {
         SCOPED_TRACE(wound.name);
@@ -391,167 +381,6 @@ TEST(IndexTree, RandomBytesNeverHang)
         }
     }
     EXPECT_GT(refused, 100);
-}
-
-// ----------------------------------------------------------------------------------------------- building
-
-class Builder : public testing::Test
-{
-protected:
-    test::TemporaryFolder folder_;
-    Files& files_ = NativePlatform().files;
-    MemoryPager pager_;
-    PageAllocator allocator_{pager_};
-    UnitOfWork unit_{pager_};
-
-    Builder() { allocator_.Allocate(); }
-    ~Builder() override { unit_.Commit(); }
-
-    static TreeDefinition TreeOf(const IndexBuilder::Result& result)
-    {
-        TreeDefinition tree;
-        tree.root = result.root;
-        tree.ownedMap = result.ownedMap;
-        return tree;
-    }
-};
-
-TEST_F(Builder, MakesTheSetOfItsEntries)
-{
-    std::mt19937 random(5);
-    struct
-    {
-        std::uint32_t count;
-        std::size_t size;
-    } const cases[] = {{0, 5}, {1, 5}, {2, 255}, {50, 255}, {300, 5}, {5000, 9}, {3000, 200}};
-    for (const auto& each : cases) {
-        SCOPED_TRACE(std::to_string(each.count) + " keys of " + std::to_string(each.size));
-        IndexBuilder builder(pager_, allocator_, owner, files_, folder_.Path());
-        std::set<std::string> expected;
-        std::set<Key> keys;
-        for (std::uint32_t n = 0; n < each.count; ++n) {
-            const Key key = NumberKey(static_cast<std::uint32_t>(random() % (each.count * 2)), each.size);
-            builder.Add(key, Pointer(n));
-            expected.insert(EntryOf(key, Pointer(n)));
-            keys.insert(key);
-        }
-        const IndexBuilder::Result result = builder.Finish(false);
-        const TreeVerifier verifier(pager_, owner, TreeOf(result));
-        EXPECT_THAT(verifier.Faults(), IsEmpty());
-        EXPECT_EQ(verifier.Entries(), std::vector<std::string>(expected.begin(), expected.end()));
-        EXPECT_EQ(result.entries, each.count);
-        EXPECT_EQ(result.distinctKeys, keys.size());
-        EXPECT_EQ(result.hasDuplicates, keys.size() < each.count);
-
-        // What was built can be changed.
-        IndexTree tree(pager_, allocator_, owner, result.root, result.ownedMap);
-        for (std::uint32_t n = 0; n < 300; ++n) tree.Insert(NumberKey(n * 31, 40), Pointer(n));
-        for (const std::string& entry : expected) ASSERT_TRUE(tree.Remove(entry.substr(0, entry.size() - 4), RowOf(entry)));
-        EXPECT_THAT(TreeVerifier(pager_, owner, TreeOf(result)).Entries(), SizeIs(300));
-        EXPECT_THAT(TreeVerifier(pager_, owner, TreeOf(result)).Faults(), IsEmpty());
-    }
-}
-
-TEST_F(Builder, LevelsOfEverySizeAreSound)
-{
-    // Large keys: few children a branch, so that each number of pages a level comes up, also one left over.
-    for (std::uint32_t count = 1; count < 400; count += 3) {
-        IndexBuilder builder(pager_, allocator_, owner, files_, folder_.Path());
-        for (std::uint32_t n = 0; n < count; ++n) builder.Add(NumberKey(n, 4) + std::string(240, static_cast<char>(n)), Pointer(n));
-        const auto result = builder.Finish(true);
-        const TreeVerifier verifier(pager_, owner, TreeOf(result));
-        ASSERT_THAT(verifier.Faults(), IsEmpty()) << count;
-        ASSERT_THAT(verifier.Entries(), SizeIs(count));
-        for (const PageNumber page : verifier.Pages()) {
-            ASSERT_GT(IndexPage(pager_.Read(page), owner).Count(), 0u) << "page " << page << " of " << count << " entries";
-        }
-    }
-}
-
-TEST_F(Builder, RefusesDuplicatesButForRowsOfNulls)
-{
-    const Key nulls("\x00\xFF", 2);
-    const auto build = [&](std::initializer_list<Key> keys, bool refuse) {
-        IndexBuilder builder(pager_, allocator_, owner, files_, folder_.Path());
-        std::uint32_t n = 0;
-        for (const Key& key : keys) builder.Add(key, Pointer(n++));
-        return builder.Finish(refuse, nulls);
-    };
-    const PageNumber before = pager_.PageCount();
-    const auto refused = build({"b", "a", "c", "b", "c"}, true);
-    EXPECT_TRUE(refused.hasDuplicates);
-    EXPECT_EQ(refused.firstDuplicate, "b");
-    EXPECT_EQ(refused.root, noPage);
-    EXPECT_EQ(pager_.PageCount(), before) << "nothing is written";
-
-    EXPECT_FALSE(build({nulls, "a", nulls, nulls}, true).hasDuplicates);
-    const auto counted = build({"b", "a", "b", "b"}, false);
-    EXPECT_TRUE(counted.hasDuplicates);
-    EXPECT_EQ(counted.distinctKeys, 2u);
-    EXPECT_EQ(counted.entries, 4u);
-}
-
-TEST_F(Builder, SortsBeyondItsMemoryInRuns)
-{
-    std::mt19937 random(9);
-    EntrySorter sorter(files_, folder_.Path(), 4096);
-    std::multiset<std::string> expected;
-    for (int n = 0; n < 5000; ++n) {
-        std::string entry(random() % 200, 'q');
-        for (char& each : entry) each = static_cast<char>(random() % 3);
-        sorter.Add(entry);
-        expected.insert(entry);
-    }
-    EXPECT_THAT(folder_.Names(), SizeIs(1));
-    for (int time = 0; time < 2; ++time) {
-        std::vector<std::string> sorted;
-        sorter.ForEach([&](std::string_view entry) { return sorted.emplace_back(entry), true; });
-        EXPECT_EQ(sorted, std::vector<std::string>(expected.begin(), expected.end()));
-    }
-}
-
-TEST_F(Builder, LeavesNoTemporaryFileBehind)
-{
-    for (int step = 1; step < 30; ++step) {
-        test::FailingFiles failing(files_);
-        failing.Arm({.at = step, .kind = test::FaultKind::Fails, .fault = FileFault::DiskFull, .steps = {test::Step::Write, test::Step::Create}});
-        bool finished = false;
-        try {
-            EntrySorter sorter(failing, folder_.Path(), 4096);
-            for (std::uint32_t n = 0; n < 2000; ++n) sorter.Add(NumberKey(n * 7919, 30));
-            std::size_t count = 0;
-            sorter.ForEach([&](std::string_view) { return ++count, true; });
-            EXPECT_EQ(count, 2000u);
-            finished = true;
-        } catch (const Error& error) {
-            EXPECT_TRUE(error.Is(ErrorNumber::EngineDiskFull)) << error.what();
-        }
-        EXPECT_EQ(finished, !failing.Struck());
-        EXPECT_THAT(folder_.Names(), IsEmpty());
-        if (finished) break;
-    }
-}
-
-TEST_F(Builder, Takes120000EntriesQuickly)
-{
-    std::mt19937 random(11);
-    std::vector<Key> keys;
-    for (std::uint32_t n = 0; n < 120000; ++n) {
-        Key key("\x7F");
-        for (int i = 0; i < 12; ++i) key += static_cast<char>(0x60 + random() % 26);
-        keys.push_back(key + std::string("\x00\x7F", 2) + NumberKey(n, 4));
-    }
-    const auto start = std::chrono::steady_clock::now();
-    IndexBuilder builder(pager_, allocator_, owner, files_, folder_.Path());
-    for (std::uint32_t n = 0; n < keys.size(); ++n) builder.Add(keys[n], Pointer(n));
-    const auto result = builder.Finish(true);
-    const auto taken = std::chrono::steady_clock::now() - start;
-    RecordProperty("milliseconds", static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()));
-    std::printf("%d ms\n", static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(taken).count()));
-    const TreeVerifier verifier(pager_, owner, TreeOf(result));
-    EXPECT_THAT(verifier.Faults(), IsEmpty());
-    EXPECT_THAT(verifier.Entries(), SizeIs(keys.size()));
-    EXPECT_LT(verifier.FreeBytesOfLeaves(), verifier.Leaves() * 60) << "leaves are full";
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ Lines Exported(const std::filesystem::path& file, const std::string& table)
 {
     const test::TemporaryFolder folder;
     const auto out = folder.Native("export.txt");
-    const std::string command = "mdb-export -b hex -0 '<null>' -Q -d '\x1f' -R '\x1e' -T '%Y-%m-%d %H:%M:%S' '" + file.string() + "' '" + table +
-                                "' >'" + out.string() + "' 2>/dev/null";
+    const std::string command = "mdb-export -b hex -0 '<null>' -Q -d '\x1f' -R '\x1e' -T '%Y-%m-%d %H:%M:%S' '" +
+                                file.string() + "' '" + table + "' >'" + out.string() + "' 2>/dev/null";
     if (std::system(command.c_str()) != 0) return {};
     std::istringstream stream(test::ReadNative(out));
     Lines lines;
@@ -56,9 +56,11 @@ bool Agrees(const Value& value, const std::string& printed)
         {
             std::tm time{};
             std::istringstream(printed) >> std::get_time(&time, "%Y-%m-%d %H:%M:%S");
-            const auto days = std::chrono::sys_days(std::chrono::year(1900 + time.tm_year) / (time.tm_mon + 1) / time.tm_mday) -
-                              std::chrono::sys_days(std::chrono::year(1899) / 12 / 30);
-            const double serial = static_cast<double>(days.count()) + (time.tm_hour * 3600 + time.tm_min * 60 + time.tm_sec) / 86400.0;
+            const auto days =
+                std::chrono::sys_days(std::chrono::year(1900 + time.tm_year) / (time.tm_mon + 1) / time.tm_mday) -
+                std::chrono::sys_days(std::chrono::year(1899) / 12 / 30);
+            const double serial =
+                static_cast<double>(days.count()) + (time.tm_hour * 3600 + time.tm_min * 60 + time.tm_sec) / 86400.0;
             return std::abs(serial - v.serial) < 1.01 / 86400;
         }
         bool operator()(const std::string& v) const
@@ -73,7 +75,8 @@ bool Agrees(const Value& value, const std::string& printed)
             if (printed == hex) return true;
             // mdb-export cuts binary of a fixed size at its first zero byte.
             const auto zero = std::find(v.begin(), v.end(), std::uint8_t{0});
-            return printed == (zero == v.begin() ? "<null>" : hex.substr(0, 2 * static_cast<std::size_t>(zero - v.begin())));
+            return printed ==
+                   (zero == v.begin() ? "<null>" : hex.substr(0, 2 * static_cast<std::size_t>(zero - v.begin())));
         }
         bool operator()(const Guid&) const { return true; }
         bool operator()(const Text&) const { return false; }
@@ -89,9 +92,11 @@ std::optional<std::size_t> CompareWithMdbExport(Table& table, const std::filesys
     const Lines expected = Exported(file, name);
     if (expected.empty()) return std::nullopt;
     std::vector<std::size_t> order;
-    for (const std::string& column : expected[0]) order.push_back(table.Definition().ColumnNamed(FromUtf8(column)).value());
+    for (const std::string& column : expected[0])
+        order.push_back(table.Definition().ColumnNamed(FromUtf8(column)).value());
 
-    // The program prints a row that moved where it stands now, so lines are looked for: mostly the first that is left is the one.
+    // The program prints a row that moved where it stands now, so lines are looked for: mostly the first that is left
+    // is the one.
     std::vector<bool> used(expected.size());
     std::size_t rows = 0, first = 1;
     for (auto cursor = table.Scan(); cursor.Next(); ++rows) {
@@ -105,7 +110,8 @@ std::optional<std::size_t> CompareWithMdbExport(Table& table, const std::filesys
         std::size_t line = first;
         while (line < used.size() && (used[line] || !agrees(line))) ++line;
         if (line == used.size()) {
-            ADD_FAILURE() << name << ": row " << cursor.Where().page << "." << int{cursor.Where().row} << " reads otherwise in mdb-export";
+            ADD_FAILURE() << name << ": row " << cursor.Where().page << "." << int{cursor.Where().row}
+                          << " reads otherwise in mdb-export";
         } else {
             used[line] = true;
         }

@@ -15,13 +15,15 @@
 
 namespace vmlib::jet {
 
-/// A Pager whose file is memory: made empty or from the bytes of a file. Units of work nest and roll back; nothing is durable.
+/// A Pager whose file is memory: made empty or from the bytes of a file. Units of work nest and roll back; nothing is
+/// durable.
 ///
 ///     MemoryPager pager = MemoryPager::FromFile(path);    // a copy; the file is never written
 class MemoryPager : public Pager
 {
 public:
-    /// Pages 0 and 1 of a file without tables: a header of zeros, and the free map and an empty map as rows 0 and 1 of page 1.
+    /// Pages 0 and 1 of a file without tables: a header of zeros, and the free map and an empty map as rows 0 and 1 of
+    /// page 1.
     MemoryPager() : MemoryPager(EmptyFile()) {}
 
     /// A last part of a page that is cut off reads as zeros behind its end.

@@ -13,7 +13,8 @@
 
 namespace vmlib::jet {
 
-/// Files of pages that mean nothing: page n of a file starts with a mark and is else filled from it, page 0 has commit words.
+/// Files of pages that mean nothing: page n of a file starts with a mark and is else filled from it, page 0 has commit
+/// words.
 class PagerFixture : public ::testing::Test
 {
 protected:
@@ -67,8 +68,9 @@ protected:
         options.temporaryFolder = folder_.Path();
         return std::make_unique<FilePager>(
             files,
-            files.Open(path, {options.readOnly ? FileAccess::Read : FileAccess::ReadWrite,
-                              options.shared ? FileSharing::Shared : FileSharing::Exclusive, FileCreation::OpenExisting}),
+            files.Open(path,
+                       {options.readOnly ? FileAccess::Read : FileAccess::ReadWrite,
+                        options.shared ? FileSharing::Shared : FileSharing::Exclusive, FileCreation::OpenExisting}),
             options);
     }
 
@@ -81,7 +83,8 @@ protected:
             files, files.Open(path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew}), options);
         UnitOfWork unit(*pager);
         PageEdit header = pager->Extend();
-        for (std::size_t at = 0; at < 512; at += 2) StoreLittle(header.Data() + commitWordsAt + at, at == 0 ? createdWord : firstWord);
+        for (std::size_t at = 0; at < 512; at += 2)
+            StoreLittle(header.Data() + commitWordsAt + at, at == 0 ? createdWord : firstWord);
         for (const std::uint32_t mark : marks) Fill(pager->Extend(), mark);
         unit.Commit();
         return pager;
@@ -89,6 +92,22 @@ protected:
 
     /// A file at rest.
     void Make(TextView path, const Marks& marks) const { Create(files_, path, marks)->Settle(); }
+
+    // The writer dies after all pages of its unit stand in the file and before that counts.
+    void Die(TextView path, std::uint32_t mark, bool shared = false)
+    {
+        test::FailingFiles files(files_);
+        PagerOptions options = Small();
+        options.shared = shared;
+        files.Arm({.at = 2, .kind = test::FaultKind::PowerCut, .steps = {test::Step::Sync}});
+        EXPECT_NE(NumberOf([&] {
+                      const auto pager = Open(files, path, options);
+                      UnitOfWork unit(*pager);
+                      Fill(pager->Edit(1), mark);
+                      unit.Commit();
+                  }),
+                  0);
+    }
 
     static Marks Numbered(std::uint32_t first, std::size_t count)
     {

@@ -131,7 +131,8 @@ TEST_F(PagerTest, StopsAtOneGigabyte)
     EXPECT_EQ(NumberOf([&] { pager->Extend(); }), 3036);
 }
 
-// Random changes in random savepoints over a cache of six pages, so that pages are spilled all the time; a vector of marks is the model.
+// Random changes in random savepoints over a cache of six pages, so that pages are spilled all the time; a vector of
+// marks is the model.
 class PagerModelTest : public PagerFixture, public testing::WithParamInterface<unsigned>
 {
 protected:
@@ -155,7 +156,9 @@ protected:
                 marks_ = saved_.back();
                 saved_.pop_back();
                 break;
-            case 3: ASSERT_EQ(MarksOf(*pager_), marks_); break;
+            case 3:
+                ASSERT_EQ(MarksOf(*pager_), marks_);
+                break;
             case 4:
                 if (saved_.empty() || marks_.size() > 60) break;
                 Fill(pager_->Extend(), ++nextMark_);
@@ -223,7 +226,8 @@ TEST_P(PagerModelTest, SharedWithAReader)
         Step();
         if (HasFailure()) return;
         if (saved_.empty()) committed = marks_;
-        // While the writer has pages in the file that do not count yet, readers wait in vain; else they see the last commit.
+        // While the writer has pages in the file that do not count yet, readers wait in vain; else they see the last
+        // commit.
         Marks seen;
         if (NumberOf([&] { seen = MarksOf(*reader); }) == 0) {
             ASSERT_EQ(seen, committed);

@@ -39,14 +39,16 @@ TEST_F(PropertiesTest, AreTheBytesOfTheFormat)
     ObjectProperties properties;
     properties.own.Set({u"ODBCTimeout", 3, true, {60, 0}, 0});
     properties.own.Set({u"MaxRecords", 4, true, {0, 0, 0, 0}, 0});
-    EXPECT_EQ(properties.Encode(), FromHex("4B4B4400 1F000000 8000 0B00 4F44424354696D656F7574 0A00 4D61785265636F726473 "
-                                           "22000000 0000 06000000 0000 0A00 01 03 0000 0200 3C00 0C00 01 04 0100 0400 00000000"));
+    EXPECT_EQ(properties.Encode(),
+              FromHex("4B4B4400 1F000000 8000 0B00 4F44424354696D656F7574 0A00 4D61785265636F726473 "
+                      "22000000 0000 06000000 0000 0A00 01 03 0000 0200 3C00 0C00 01 04 0100 0400 00000000"));
 }
 
 TEST_F(PropertiesTest, GenuineValuesComeBackByteForByte)
 {
     std::size_t count = 0;
-    for (const char* name : {"testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb", "employee.mdb"}) {
+    for (const char* name :
+         {"testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb", "employee.mdb"}) {
         VMLIB_GENUINE_FILE(genuine, name);
         for (const Bytes& value : ValuesOf(genuine)) {
             EXPECT_EQ(ObjectProperties::Decode(value).Encode(), value) << name << ", value " << count;
@@ -62,7 +64,8 @@ TEST_F(PropertiesTest, DamageIsAnErrorAndNeverACrash)
     for (const Bytes& value : ValuesOf(genuine)) {
         for (std::size_t at = 0; at < value.size(); at += 3) {
             const std::span all(value);
-            const std::int32_t cut = NumberOf([&] { ObjectProperties::Decode(Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at))); });
+            const std::int32_t cut = NumberOf(
+                [&] { ObjectProperties::Decode(Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(at))); });
             EXPECT_TRUE(cut == 0 || cut == 3428);
             Bytes wrong = value;
             wrong[at] ^= 0xFF;

@@ -6,8 +6,9 @@
 
 namespace vmlib::jet {
 
-/// A document with some of everything the format has: all field types, long values of each form, moved and deleted rows, a column added and one
-/// dropped later, indexes of each kind, a tree of two levels, a relation with rows, properties, a stored query.
+/// A document with some of everything the format has: all field types, long values of each form, moved and deleted
+/// rows, a column added and one dropped later, indexes of each kind, a tree of two levels, a relation with rows,
+/// properties, a stored query.
 class SampleDocument : public DatabaseFixture
 {
 protected:
@@ -28,7 +29,9 @@ protected:
     static Row Customer(const TableDefinition& table, int n, std::mt19937& random)
     {
         Row row(table.columns.size());
-        const auto set = [&](TextView name, Value value) { row.at(table.ColumnNamed(name).value()) = std::move(value); };
+        const auto set = [&](TextView name, Value value) {
+            row.at(table.ColumnNamed(name).value()) = std::move(value);
+        };
         set(u"Id", n);
         set(u"Naam", "K\xE9te " + std::string(static_cast<std::size_t>(n) % 40, 'x') + std::to_string(n * 7919 % 1000));
         set(u"Plaats", std::string(n % 3 == 0 ? "IJmuiden" : n % 3 == 1 ? "\xFFsselstein" : "gouda  "));
@@ -44,7 +47,8 @@ protected:
         set(u"Sleutel", guid);
         if (n % 4 != 0) set(u"Code", Bytes(static_cast<std::size_t>(n % 20 + 1), static_cast<std::uint8_t>(n)));
         const std::size_t sizes[] = {0, 10, 32, 33, 500, 2036, 2037, 9000};
-        if (n % 9 != 8) set(u"Notitie", std::string(sizes[n % 9 == 7 && n > 50 ? 0 : n % 9], static_cast<char>('a' + n % 26)));
+        if (n % 9 != 8)
+            set(u"Notitie", std::string(sizes[n % 9 == 7 && n > 50 ? 0 : n % 9], static_cast<char>('a' + n % 26)));
         if (n % 50 == 1) set(u"Beeld", Bytes(22970, static_cast<std::uint8_t>(n)));
         return row;
     }
@@ -52,12 +56,15 @@ protected:
 private:
     void MakeCustomers(Database& database)
     {
-        TableDefinition wanted = TableOf(
-            u"Klanten", {Column(u"Id", ColumnType::Long), Column(u"Naam", ColumnType::Text, 60), Column(u"Plaats", ColumnType::Text, 30),
-                         Column(u"Saldo", ColumnType::Currency), Column(u"Geboren", ColumnType::Date), Column(u"Actief", ColumnType::Boolean),
-                         Column(u"Klein", ColumnType::Byte), Column(u"Kort", ColumnType::Integer), Column(u"Enkel", ColumnType::Single),
-                         Column(u"Dubbel", ColumnType::Double), Column(u"Sleutel", ColumnType::Guid), Column(u"Code", ColumnType::Binary, 20),
-                         Column(u"Notitie", ColumnType::Memo), Column(u"Beeld", ColumnType::LongBinary), Column(u"Weg", ColumnType::Text, 20)});
+        TableDefinition wanted =
+            TableOf(u"Klanten", {Column(u"Id", ColumnType::Long), Column(u"Naam", ColumnType::Text, 60),
+                                 Column(u"Plaats", ColumnType::Text, 30), Column(u"Saldo", ColumnType::Currency),
+                                 Column(u"Geboren", ColumnType::Date), Column(u"Actief", ColumnType::Boolean),
+                                 Column(u"Klein", ColumnType::Byte), Column(u"Kort", ColumnType::Integer),
+                                 Column(u"Enkel", ColumnType::Single), Column(u"Dubbel", ColumnType::Double),
+                                 Column(u"Sleutel", ColumnType::Guid), Column(u"Code", ColumnType::Binary, 20),
+                                 Column(u"Notitie", ColumnType::Memo), Column(u"Beeld", ColumnType::LongBinary),
+                                 Column(u"Weg", ColumnType::Text, 20)});
         wanted.columns[0].autoNumber = true;
         wanted.columns[1].properties.SetBoolean(u"Required", true);
         wanted.columns[1].properties.SetString(u"ValidationRule", u"Is Not Null");
@@ -79,7 +86,8 @@ private:
         table = database.OpenTable(u"Klanten");  // as it is now
         std::mt19937 random(1);
         UnitOfWork unit(database.GetPager());
-        for (int n = 1; n <= customerCount; ++n) table->Insert(Customer(table->Definition(), table->TakeAutoNumber(), random));
+        for (int n = 1; n <= customerCount; ++n)
+            table->Insert(Customer(table->Definition(), table->TakeAutoNumber(), random));
         unit.Commit();
     }
 
@@ -92,11 +100,13 @@ private:
             UnitOfWork unit(database.GetPager());
             for (int n = 0; n < 900; ++n) {
                 const Value customer = n % 10 == 9 ? Value(Null{}) : Value(n % customerCount + 1);
-                table->Insert({customer, static_cast<std::int16_t>(n), std::string(static_cast<std::size_t>(n) % 256, static_cast<char>('A' + n % 50))});
+                table->Insert({customer, static_cast<std::int16_t>(n),
+                               std::string(static_cast<std::size_t>(n) % 256, static_cast<char>('A' + n % 50))});
             }
             unit.Commit();
         }
-        database.CreateIndex(u"Regels", IndexOver(*table, u"Tekst", {u"Tekst"}));  // keys over 255 bytes too; built over the rows
+        database.CreateIndex(u"Regels",
+                             IndexOver(*table, u"Tekst", {u"Tekst"}));  // keys over 255 bytes too; built over the rows
         database.CreateIndex(u"Regels", IndexOver(*table, u"Uniek", {u"Nr", u"Klant"}, false, true));
         RelationDefinition relation;
         relation.name = u"KlantenRegels";

@@ -1,11 +1,10 @@
-#include "jet/SampleDocument.h"
-
 #include <array>
 #include <cstdio>
 
 #include "jet/HeaderPage.h"
 #include "jet/MemoryPager.h"
 #include "jet/PageMap.h"
+#include "jet/SampleDocument.h"
 
 namespace vmlib::jet {
 namespace {
@@ -19,11 +18,13 @@ std::optional<std::string> SecondOpinion(const std::filesystem::path& file, cons
 {
     if (std::system("command -v python3 >/dev/null 2>&1") != 0) return std::nullopt;
     const std::filesystem::path tests = std::filesystem::path(__FILE__).parent_path().parent_path();
-    const std::string command = "python3 '" + (tests / "tools" / "jetcheck.py").string() + "' '" + file.string() + "' " + options + " 2>&1";
+    const std::string command =
+        "python3 '" + (tests / "tools" / "jetcheck.py").string() + "' '" + file.string() + "' " + options + " 2>&1";
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::string output;
     std::array<char, 4096> buffer{};
-    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), count);
+    while (const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), pipe.get()))
+        output.append(buffer.data(), count);
     return output;
 }
 
@@ -109,7 +110,8 @@ TEST_F(TwoCheckers, AgreeAfterRandomChanges)
 
 // ----------------------------------------------------------------------------------------------- damage
 
-/// Opens, checks and reads everything of a file; whatever it holds, this ends, and what goes wrong is an Error. Returns what it met.
+/// Opens, checks and reads everything of a file; whatever it holds, this ends, and what goes wrong is an Error. Returns
+/// what it met.
 struct Visit
 {
     std::size_t faults = 0, errors = 0, rows = 0;
@@ -134,7 +136,8 @@ protected:
         step([&] { visit.faults = Check(*database).faults.size(); });
         step([&] { database->Relations(); });
         step([&] { database->Queries(); });
-        std::vector<Text> names = {u"MSysObjects", u"MSysACEs", u"MSysQueries", u"MSysRelationships", u"Klanten", u"Regels"};
+        std::vector<Text> names = {u"MSysObjects",       u"MSysACEs", u"MSysQueries",
+                                   u"MSysRelationships", u"Klanten",  u"Regels"};
         for (const Text& table : names) {
             step([&] {
                 const ReadScope scope(database->GetPager());
@@ -145,7 +148,8 @@ protected:
                 for (std::size_t tree = 0; tree < open->Definition().trees.size(); ++tree) {
                     step([&] {
                         Row row;
-                        for (auto at = open->Tree(tree).First(); !at.AtEnd(); at.Next()) visit.rows += open->Fetch(at.Row(), row);
+                        for (auto at = open->Tree(tree).First(); !at.AtEnd(); at.Next())
+                            visit.rows += open->Fetch(at.Row(), row);
                     });
                     step([&] {
                         for (auto at = open->Tree(tree).Last(); !at.AtEnd(); at.Previous()) ++visit.rows;
@@ -153,13 +157,15 @@ protected:
                 }
             });
         }
-        if (write) step([&] {
-            UnitOfWork unit(database->GetPager());
-            const auto open = database->OpenTable(u"Regels");
+        if (write)
             step([&] {
-                for (int n = 0; n < 5; ++n) open->Insert({Null{}, static_cast<std::int16_t>(20000 + n), std::string("nieuw")});
+                UnitOfWork unit(database->GetPager());
+                const auto open = database->OpenTable(u"Regels");
+                step([&] {
+                    for (int n = 0; n < 5; ++n)
+                        open->Insert({Null{}, static_cast<std::int16_t>(20000 + n), std::string("nieuw")});
+                });
             });
-        });
         step([&] { database->Close(); });
         return visit;
     }
@@ -179,16 +185,20 @@ TEST_F(DamagedDocument, NeverBreaksAReader)
     int noticed = 0;
     for (int round = 0; round < rounds; ++round) {
         std::string wounded = sound;
-        const auto anywhere = [&] { return random() % pages * pageSize + random() % (random() % 2 == 0 ? 260 : pageSize); };
+        const auto anywhere = [&] {
+            return random() % pages * pageSize + random() % (random() % 2 == 0 ? 260 : pageSize);
+        };
         switch (random() % 6) {
             case 0:  // some bytes
                 for (auto n = random() % 20; n-- > 0;) wounded[anywhere()] = static_cast<char>(random());
                 break;
             case 1: {  // a number that is extreme, or that of another page
-                static constexpr std::uint32_t extremes[] = {0, 1, 2, 0xFF, 0x7FFF, 0x8000, 0xFFFF, 0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+                static constexpr std::uint32_t extremes[] = {0,      1,       2,          0xFF,       0x7FFF,    0x8000,
+                                                             0xFFFF, 0x10000, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
                 for (int n = 0; n < 3; ++n) {
                     const std::size_t at = std::min(anywhere() & ~std::size_t{1}, sound.size() - 4);
-                    const std::uint32_t value = random() % 2 == 0 ? extremes[random() % std::size(extremes)] : static_cast<std::uint32_t>(random() % pages);
+                    const std::uint32_t value = random() % 2 == 0 ? extremes[random() % std::size(extremes)]
+                                                                  : static_cast<std::uint32_t>(random() % pages);
                     StoreLittle(reinterpret_cast<std::uint8_t*>(wounded.data()) + at, value);
                 }
                 break;

@@ -9,11 +9,13 @@
 #include "jet/PageMap.h"
 #include "jet/TestFile.h"
 
-// A file may hold anything. Whatever stands in it, reading and changing a table end, with an Error at worst, and touch nothing outside their pages.
+// A file may hold anything. Whatever stands in it, reading and changing a table end, with an Error at worst, and touch
+// nothing outside their pages.
 namespace vmlib::jet {
 namespace {
 
-/// A table with everything: a definition of two pages, moved and deleted rows, long values of each kind, three indexes, both kinds of maps.
+/// A table with everything: a definition of two pages, moved and deleted rows, long values of each kind, three indexes,
+/// both kinds of maps.
 struct Sample
 {
     Bytes file;
@@ -30,12 +32,16 @@ struct Sample
 private:
     Sample()
     {
-        std::vector<ColumnDefinition> columns = {Column(u"Id", ColumnType::Long), Column(u"Name", ColumnType::Text, 200), Column(u"Memo", ColumnType::Memo),
-                                                 Column(u"Flag", ColumnType::Boolean), Column(u"Price", ColumnType::Currency)};
-        for (int i = 0; i < 60; ++i) columns.push_back(Column(u"A column with a long name " + Decimal(i), ColumnType::Text, 20));
+        std::vector<ColumnDefinition> columns = {
+            Column(u"Id", ColumnType::Long), Column(u"Name", ColumnType::Text, 200), Column(u"Memo", ColumnType::Memo),
+            Column(u"Flag", ColumnType::Boolean), Column(u"Price", ColumnType::Currency)};
+        for (int i = 0; i < 60; ++i)
+            columns.push_back(Column(u"A column with a long name " + Decimal(i), ColumnType::Text, 20));
         TestFile test;
         Table& table = test.Add(u"T", columns,
-                                {PrimaryKey(0), {.name = u"Name", .columns = {{1, false}, {4, true}}}, {.name = u"Price", .columns = {{4, false}}}});
+                                {PrimaryKey(0),
+                                 {.name = u"Name", .columns = {{1, false}, {4, true}}},
+                                 {.name = u"Price", .columns = {{4, false}}}});
         UnitOfWork unit(test.pager);
         std::vector<RowPointer> rows;
         const auto rowFor = [&](std::int32_t id, std::size_t size) {
@@ -79,7 +85,9 @@ std::set<std::int32_t> UseAll(MemoryPager& pager)
     };
     PageAllocator allocator(pager);
     std::unique_ptr<Table> table;
-    attempt([&] { table = std::make_unique<Table>(pager, allocator, Table::ReadDefinition(pager, Sample::Get().definition)); });
+    attempt([&] {
+        table = std::make_unique<Table>(pager, allocator, Table::ReadDefinition(pager, Sample::Get().definition));
+    });
     if (!table) return errors;
     std::vector<std::pair<RowPointer, Row>> rows;
     Table::Cursor cursor;
@@ -134,7 +142,9 @@ class RandomDamage : public testing::TestWithParam<unsigned>
 TEST_P(RandomDamage, EndsInErrors)
 {
     std::mt19937 random(GetParam());
-    const auto below = [&](std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random); };
+    const auto below = [&](std::size_t limit) {
+        return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+    };
     const Sample& sample = Sample::Get();
     const std::uint8_t telling[] = {0x00, 0x01, 0x7F, 0x80, 0xC0, 0xFF};
     for (int round = 0; round < 30; ++round) {
@@ -165,7 +175,8 @@ TEST(DamagedTable, CutOffAnywhereEndsInErrors)
     }
 }
 
-// ---------------------------------------------------------------------------------------------------------------- one wound, one finding
+// ---------------------------------------------------------------------------------------------------------------- one
+// wound, one finding
 
 struct Wound
 {
@@ -218,7 +229,8 @@ std::uint8_t* FirstRow(std::uint8_t* file, std::uint16_t state)
     return RowOf(file, {Sample::Get().dataPages[0], FirstSlot(file, state)});
 }
 
-/// A page of a long value whose first row is the first of a chain of at least two, as the definition of the sample makes some.
+/// A page of a long value whose first row is the first of a chain of at least two, as the definition of the sample
+/// makes some.
 std::uint8_t* ChainRow(std::uint8_t* file)
 {
     for (const PageNumber page : Sample::Get().longPages) {
@@ -262,48 +274,83 @@ TEST_P(WoundedTable, SaysWhatIsWrong)
 }
 
 const Wound wounds[] = {
-    {"the definition's pages go in a circle", [](std::uint8_t* f) { StoreLittle(Definition(f, 1) + 4, Sample::Get().definition); }, "never end"},
-    {"the definition's next page is data", [](std::uint8_t* f) { StoreLittle(Definition(f) + 4, Sample::Get().dataPages[0]); }, "of another kind"},
-    {"the definition's next page is missing", [](std::uint8_t* f) { StoreLittle(Definition(f) + 4, 0x00FFFFFFu); }, "beh"},
-    {"the definition says that it is longer", [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, 100000u); }, "longer than its pages"},
-    {"the definition says that it is shorter", [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, 1000u); }, "ends within its contents"},
-    {"it says so by two bytes", [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, LoadLittle<std::uint32_t>(Definition(f) + 8) + 2); }, "ends before"},
-    {"more columns than ever were", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Definition(f) + 25, 66); }, "more columns"},
-    {"fewer columns than there are", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Definition(f) + 25, 60); }, "the table definition"},
+    {"the definition's pages go in a circle",
+     [](std::uint8_t* f) { StoreLittle(Definition(f, 1) + 4, Sample::Get().definition); }, "never end"},
+    {"the definition's next page is data",
+     [](std::uint8_t* f) { StoreLittle(Definition(f) + 4, Sample::Get().dataPages[0]); }, "of another kind"},
+    {"the definition's next page is missing", [](std::uint8_t* f) { StoreLittle(Definition(f) + 4, 0x00FFFFFFu); },
+     "beh"},
+    {"the definition says that it is longer", [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, 100000u); },
+     "longer than its pages"},
+    {"the definition says that it is shorter", [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, 1000u); },
+     "ends within its contents"},
+    {"it says so by two bytes",
+     [](std::uint8_t* f) { StoreLittle(Definition(f) + 8, LoadLittle<std::uint32_t>(Definition(f) + 8) + 2); },
+     "ends before"},
+    {"more columns than ever were", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Definition(f) + 25, 66); },
+     "more columns"},
+    {"fewer columns than there are", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Definition(f) + 25, 60); },
+     "the table definition"},
     {"a billion real indexes", [](std::uint8_t* f) { StoreLittle(Definition(f) + 31, 1000000000u); }, "more indexes"},
     {"a column of an unknown type", [](std::uint8_t* f) { Definition(f)[43 + 3 * 8] = 14; }, "unknown type"},
-    {"two columns of one number", [](std::uint8_t* f) { Definition(f)[43 + 3 * 8 + 18 + 1] = 0; }, "a number that cannot be"},
-    {"a fixed field outside any row", [](std::uint8_t* f) { Definition(f)[43 + 3 * 8 + 15] = 0xFF; }, "a place outside a row"},
+    {"two columns of one number", [](std::uint8_t* f) { Definition(f)[43 + 3 * 8 + 18 + 1] = 0; },
+     "a number that cannot be"},
+    {"a fixed field outside any row", [](std::uint8_t* f) { Definition(f)[43 + 3 * 8 + 15] = 0xFF; },
+     "a place outside a row"},
     {"no map of the pages", [](std::uint8_t* f) { StoreLittle(Definition(f) + 35, 0u); }, "no page map"},
-    {"the map is a row of data", [](std::uint8_t* f) { StoreLittle(Definition(f) + 35, Sample::Get().dataPages[0] << 8); }, "belongs to another owner"},
+    {"the map is a row of data",
+     [](std::uint8_t* f) { StoreLittle(Definition(f) + 35, Sample::Get().dataPages[0] << 8); },
+     "belongs to another owner"},
     {"the map is a row that is not there", [](std::uint8_t* f) { Definition(f)[35] = 200; }, "is missing"},
-    {"the map is of an unknown kind", [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[0] = 2; }, "is no page map"},
-    {"the map's pages of bits are no such", [](std::uint8_t* f) {
+    {"the map is of an unknown kind", [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[0] = 2; },
+     "is no page map"},
+    {"the map's pages of bits are no such",
+     [](std::uint8_t* f) {
          MapOf(f, Sample::Get().ownedMap)[0] = 1;
          StoreLittle(MapOf(f, Sample::Get().ownedMap) + 1, Sample::Get().definition);
-     }, "of map bits"},
-    {"the map lists a page that is not there", [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[132] = 0x80; }, "beh"},
-    {"the map lists a page of another table", [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[5 + 18 / 8] |= 1 << (18 % 8); }, "another owner"},
+     },
+     "of map bits"},
+    {"the map lists a page that is not there", [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[132] = 0x80; },
+     "beh"},
+    {"the map lists a page of another table",
+     [](std::uint8_t* f) { MapOf(f, Sample::Get().ownedMap)[5 + 18 / 8] |= 1 << (18 % 8); }, "another owner"},
     {"the room map lists nonsense", [](std::uint8_t* f) { MapOf(f, Sample::Get().roomMap)[5] = 0xFF; }, ""},
     {"a page counts 256 rows", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 8, 256); }, "more than 255"},
-    {"a page counts more rows than it has", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 8, 200); }, "row "},
-    {"a row begins among the offsets", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 10, 12); }, "row 0 begins before"},
-    {"a row begins behind the one before it", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 12, 2047); }, "row 1 does not end"},
+    {"a page counts more rows than it has", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 8, 200); },
+     "row "},
+    {"a row begins among the offsets", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 10, 12); },
+     "row 0 begins before"},
+    {"a row begins behind the one before it", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 12, 2047); },
+     "row 1 does not end"},
     {"a page lies about its free bytes", [](std::uint8_t* f) { StoreLittle<std::uint16_t>(Data(f) + 2, 2000); }, ""},
-    {"a row has more columns than its table", [](std::uint8_t* f) { *FirstRow(f, 0) = 66; }, "more columns than its table"},
+    {"a row has more columns than its table", [](std::uint8_t* f) { *FirstRow(f, 0) = 66; },
+     "more columns than its table"},
     {"a row has no columns", [](std::uint8_t* f) { *FirstRow(f, 0) = 0; }, ""},
-    {"a pointer leads to a row that is not there", [](std::uint8_t* f) { FirstRow(f, 0x4000)[0] = 250; }, "to which a row moved, is missing"},
-    {"a pointer leads to itself", [](std::uint8_t* f) {
+    {"a pointer leads to a row that is not there", [](std::uint8_t* f) { FirstRow(f, 0x4000)[0] = 250; },
+     "to which a row moved, is missing"},
+    {"a pointer leads to itself",
+     [](std::uint8_t* f) {
          const std::uint8_t slot = FirstSlot(f, 0x4000);
          StoreLittle(FirstRow(f, 0x4000), RowPointer{Sample::Get().dataPages[0], slot}.Packed());
-     }, "is not one that moved"},
-    {"a pointer leads to another table", [](std::uint8_t* f) { StoreLittle(FirstRow(f, 0x4000), RowPointer{18, 0}.Packed()); }, "another owner"},
-    {"a chain comes back to itself", [](std::uint8_t* f) {
+     },
+     "is not one that moved"},
+    {"a pointer leads to another table",
+     [](std::uint8_t* f) {
+         StoreLittle(FirstRow(f, 0x4000), RowPointer{18, 0}.Packed());
+     },
+     "another owner"},
+    {"a chain comes back to itself",
+     [](std::uint8_t* f) {
          std::uint8_t* row = ChainRow(f);
          StoreLittle(row, static_cast<std::uint32_t>((row - f) / static_cast<std::ptrdiff_t>(pageSize)) << 8);
-     }, "long value"},
+     },
+     "long value"},
     {"a chain ends too early", [](std::uint8_t* f) { StoreLittle(ChainRow(f), 0u); }, "longer or shorter"},
-    {"a chain leads into a table", [](std::uint8_t* f) { StoreLittle(ChainRow(f), RowPointer{18, 0}.Packed()); }, "another owner"},
+    {"a chain leads into a table",
+     [](std::uint8_t* f) {
+         StoreLittle(ChainRow(f), RowPointer{18, 0}.Packed());
+     },
+     "another owner"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Wounds, WoundedTable, testing::ValuesIn(wounds));

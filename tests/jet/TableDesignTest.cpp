@@ -29,7 +29,8 @@ std::int32_t ErrorOf(Step&& step)
 std::size_t FreePages(TestFile& file)
 {
     std::size_t count = 0;
-    for (const PageNumber page : PageMap(file.pager, PageMap::freeMapPointer).All()) count += page < file.pager.PageCount() ? 1 : 0;
+    for (const PageNumber page : PageMap(file.pager, PageMap::freeMapPointer).All())
+        count += page < file.pager.PageCount() ? 1 : 0;
     return count;
 }
 
@@ -43,16 +44,19 @@ TEST(NewTable, HasTheBytesOfAGenuineOne)
     ASSERT_NE(original, nullptr);
 
     using enum ColumnType;
-    std::vector<ColumnDefinition> columns = {Column(u"A", Text, 50), Column(u"B", Text, 100), Column(u"C", Byte), Column(u"D", Integer), Column(u"E", Long),
-                                             Column(u"F", Double),   Column(u"G", Date),      Column(u"H", Currency), Column(u"I", Boolean)};
+    std::vector<ColumnDefinition> columns = {Column(u"A", Text, 50), Column(u"B", Text, 100), Column(u"C", Byte),
+                                             Column(u"D", Integer),  Column(u"E", Long),      Column(u"F", Double),
+                                             Column(u"G", Date),     Column(u"H", Currency),  Column(u"I", Boolean)};
     for (ColumnDefinition& column : columns) column.locale = {1, generalOrder, 1252};
     TestFile file;
     Table& made = file.Add(u"T", columns, {{.name = u"B", .columns = {{1, false}}}, PrimaryKey(0)});
 
     const auto bytesOf = [](TableDefinition definition, PageNumber) {
         definition.rowCount = definition.ownedMap = definition.roomMap = 0;
-        for (ColumnDefinition& column : definition.columns) column.fixedOffset = column.fixedSize ? column.fixedOffset : std::uint16_t{0};
-        for (TreeDefinition& tree : definition.trees) tree.entryCount = tree.distinctKeys = tree.ownedMap = tree.root = 0;
+        for (ColumnDefinition& column : definition.columns)
+            column.fixedOffset = column.fixedSize ? column.fixedOffset : std::uint16_t{0};
+        for (TreeDefinition& tree : definition.trees)
+            tree.entryCount = tree.distinctKeys = tree.ownedMap = tree.root = 0;
         return EncodeDefinition(definition);
     };
     EXPECT_EQ(bytesOf(made.Definition(), 0), bytesOf(original->Definition(), 0));
@@ -71,13 +75,15 @@ TEST(NewTable, TakesThePagesThatItsDefinitionNeeds)
             while (left > 0) {
                 const std::size_t name = left < 2 * (19 + 40) ? std::min<std::size_t>(left - 19, 40) : 30;
                 const std::string number = std::to_string(columns.size());
-                columns.push_back(Column(FromUtf8(number + std::string(name - number.size(), 'x')), ColumnType::Boolean));
+                columns.push_back(
+                    Column(FromUtf8(number + std::string(name - number.size(), 'x')), ColumnType::Boolean));
                 left -= 19 + name;
                 if (left > 0 && left < 25) {  // too little for another column with a name of its own
                     left += 19 + name;
                     columns.pop_back();
                     const std::size_t half = left / 2 - 19;
-                    columns.push_back(Column(FromUtf8(number + std::string(half - number.size(), 'x')), ColumnType::Boolean));
+                    columns.push_back(
+                        Column(FromUtf8(number + std::string(half - number.size(), 'x')), ColumnType::Boolean));
                     left -= 19 + half;
                 }
             }
@@ -113,11 +119,13 @@ TEST(DestroyedTable, GivesEveryPageBack)
     PageNumber after = 0;
     for (int round = 0; round < 2; ++round) {
         TableDefinition wanted;
-        wanted.columns = {Column(u"Id", ColumnType::Long), Column(u"A", ColumnType::Text, 255), Column(u"M", ColumnType::Memo), Column(u"N", ColumnType::Memo)};
+        wanted.columns = {Column(u"Id", ColumnType::Long), Column(u"A", ColumnType::Text, 255),
+                          Column(u"M", ColumnType::Memo), Column(u"N", ColumnType::Memo)};
         Table table(file.pager, file.allocator, Table::Create(file.pager, file.allocator, wanted));
         file.AddIndex(table, PrimaryKey(0));
         file.AddIndex(table, {.name = u"A", .columns = {{1, false}}});
-        for (std::int32_t i = 0; i < 300; ++i) table.Insert({i, std::string(200, 'x'), std::string(static_cast<std::size_t>(i) * 40, 'y'), Null()});
+        for (std::int32_t i = 0; i < 300; ++i)
+            table.Insert({i, std::string(200, 'x'), std::string(static_cast<std::size_t>(i) * 40, 'y'), Null()});
         table.Destroy();
         EXPECT_EQ(FreePages(file), file.pager.PageCount() - pages);
         if (round == 0) after = file.pager.PageCount();
@@ -126,12 +134,14 @@ TEST(DestroyedTable, GivesEveryPageBack)
     EXPECT_THAT(file.Faults(), IsEmpty());
 }
 
-// ---------------------------------------------------------------------------------------------------------------- indexes
+// ----------------------------------------------------------------------------------------------------------------
+// indexes
 
 TEST(NewIndex, IsRefusedWithItsReason)
 {
     TestFile file;
-    std::vector<ColumnDefinition> columns = {Column(u"Id", ColumnType::Long), Column(u"A", ColumnType::Text, 20), Column(u"M", ColumnType::Memo)};
+    std::vector<ColumnDefinition> columns = {Column(u"Id", ColumnType::Long), Column(u"A", ColumnType::Text, 20),
+                                             Column(u"M", ColumnType::Memo)};
     for (int i = 0; i < 10; ++i) columns.push_back(Column(u"L" + Decimal(i), ColumnType::Long));
     Table& table = file.Add(u"T", columns);
     UnitOfWork unit(file.pager);
@@ -161,7 +171,9 @@ TEST(NewIndex, IsRefusedWithItsReason)
     EXPECT_EQ(add({.name = u"L0", .columns = {{3, false}}, .unique = true}), 0) << "Null in every row";
     EXPECT_EQ(add({.name = u"l0", .columns = {{4, false}}}), 3284);
     EXPECT_EQ(add({.name = u"P", .columns = {{0, false}, {1, false}, {3, true}}}), 0);
-    for (int i = 2; i < 32; ++i) EXPECT_EQ(add({.name = u"I" + Decimal(i), .columns = {{static_cast<std::uint16_t>(3 + i % 10), i % 2 == 0}}}), 0);
+    for (int i = 2; i < 32; ++i)
+        EXPECT_EQ(add({.name = u"I" + Decimal(i), .columns = {{static_cast<std::uint16_t>(3 + i % 10), i % 2 == 0}}}),
+                  0);
     EXPECT_EQ(add({.name = u"I33", .columns = {{3, false}}}), 3039);
     EXPECT_EQ(add({.name = u"I33", .columns = {{3, false}}, .primary = true}), 3039);
     EXPECT_THAT(file.Faults(), IsEmpty());
@@ -174,11 +186,13 @@ TEST(NewIndex, IsRefusedWithItsReason)
 TEST(RelationIndex, SharesItsTree)
 {
     TestFile file;
-    Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long), Column(u"Other", ColumnType::Long)}, {PrimaryKey(0), {.name = u"Other", .columns = {{1, false}}}});
+    Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long), Column(u"Other", ColumnType::Long)},
+                            {PrimaryKey(0), {.name = u"Other", .columns = {{1, false}}}});
     UnitOfWork unit(file.pager);
     for (std::int32_t i = 0; i < 10; ++i) table.Insert({i, i / 2});
     EXPECT_EQ(table.TreeOver({{1, false}}, NativePlatform().files, file.folder.Path()), 1u);
-    EXPECT_EQ(table.TreeOver({{1, true}}, NativePlatform().files, file.folder.Path()), 2u) << "another direction is another tree";
+    EXPECT_EQ(table.TreeOver({{1, true}}, NativePlatform().files, file.folder.Path()), 2u)
+        << "another direction is another tree";
     EXPECT_EQ(table.Definition().trees[2].entryCount, 10u);
     EXPECT_EQ(table.Definition().trees[2].distinctKeys, 5u);
 
@@ -215,9 +229,11 @@ TEST(RelationIndex, SharesItsTree)
     table.Insert({std::int32_t{3}, std::int32_t{1}});  // no primary key any more
 }
 
-// ---------------------------------------------------------------------------------------------------------------- columns
+// ----------------------------------------------------------------------------------------------------------------
+// columns
 
-/// A table whose last variable column went: rows of before and after it look alike but for what their column count says.
+/// A table whose last variable column went: rows of before and after it look alike but for what their column count
+/// says.
 TEST(Columns, ComeAndGoAroundOldRows)
 {
     TestFile file;
@@ -277,7 +293,8 @@ TEST(Columns, OfLongValuesGiveTheirPagesBack)
 TEST(Columns, KeepTheirPlaceWhenTheOrderChanges)
 {
     TestFile file;
-    Table& table = file.Add(u"T", {Column(u"A", ColumnType::Long), Column(u"B", ColumnType::Text, 10), Column(u"C", ColumnType::Long)});
+    Table& table = file.Add(
+        u"T", {Column(u"A", ColumnType::Long), Column(u"B", ColumnType::Text, 10), Column(u"C", ColumnType::Long)});
     UnitOfWork unit(file.pager);
     table.Insert({std::int32_t{1}, std::string("b"), std::int32_t{3}});
     table.RenameColumn(u"b", u"A name that is much longer than the old one was");
@@ -299,8 +316,11 @@ TEST(Columns, ChangeAmongRows)
     for (unsigned seed = 1; seed <= 8; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(seed);
-        const auto below = [&](std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random); };
-        const ColumnType types[] = {ColumnType::Long, ColumnType::Text, ColumnType::Boolean, ColumnType::Memo, ColumnType::Double};
+        const auto below = [&](std::size_t limit) {
+            return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random);
+        };
+        const ColumnType types[] = {ColumnType::Long, ColumnType::Text, ColumnType::Boolean, ColumnType::Memo,
+                                    ColumnType::Double};
         const auto valueFor = [&](const ColumnDefinition& column) -> Value {
             const std::size_t x = below(1000);
             if (column.type == ColumnType::Boolean) return x % 2 == 0;
@@ -345,7 +365,11 @@ TEST(Columns, ChangeAmongRows)
                 }
             } else if (what < 10 && definition.indexes.size() < 6) {
                 const ColumnDefinition& column = definition.columns[below(definition.columns.size())];
-                ErrorOf([&] { file.AddIndex(table, {.name = u"I" + Decimal(made++), .columns = {{column.number, below(2) == 0}}, .ignoreNulls = below(2) == 0}); });
+                ErrorOf([&] {
+                    file.AddIndex(table, {.name = u"I" + Decimal(made++),
+                                          .columns = {{column.number, below(2) == 0}},
+                                          .ignoreNulls = below(2) == 0});
+                });
             } else if (what < 12 && !definition.indexes.empty()) {
                 table.RemoveIndex(definition.indexes[below(definition.indexes.size())].name);
             } else if (what < 60 || rows.empty()) {
@@ -364,7 +388,8 @@ TEST(Columns, ChangeAmongRows)
         std::map<RowPointer, Fields> read;
         const TableDefinition definition = table.Definition();
         for (auto cursor = table.Scan(); cursor.Next();) {
-            for (std::size_t i = 0; i < definition.columns.size(); ++i) read[cursor.Where()][definition.columns[i].name] = cursor.Current()[i];
+            for (std::size_t i = 0; i < definition.columns.size(); ++i)
+                read[cursor.Where()][definition.columns[i].name] = cursor.Current()[i];
         }
         EXPECT_EQ(read, rows);
         EXPECT_THAT(file.Faults(), IsEmpty());

@@ -15,11 +15,12 @@
 
 namespace vmlib::jet {
 
-/// An empty file of the format in memory, to make tables in; they are entered in MSysObjects, so that the check and other readers find them.
+/// An empty file of the format in memory, to make tables in; they are entered in MSysObjects, so that the check and
+/// other readers find them.
 ///
 ///     TestFile file;
-///     Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long), Column(u"Name", ColumnType::Text, 20)}, {PrimaryKey(0)});
-///     UnitOfWork unit(file.pager);
+///     Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long), Column(u"Name", ColumnType::Text, 20)},
+///     {PrimaryKey(0)}); UnitOfWork unit(file.pager);
 class TestFile
 {
 public:

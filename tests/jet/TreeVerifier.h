@@ -9,7 +9,8 @@
 
 namespace vmlib::jet {
 
-/// Reads a whole index tree by the page layout alone, apart from the classes under test, and collects everything that is wrong with it.
+/// Reads a whole index tree by the page layout alone, apart from the classes under test, and collects everything that
+/// is wrong with it.
 class TreeVerifier
 {
 public:
