@@ -25,14 +25,15 @@ function(vmlib_library name)
   target_link_libraries(vmlib_${name} PUBLIC ${ARG_PUBLIC} PRIVATE vmlib_options ${ARG_PRIVATE})
 endfunction()
 
-# vmlib_test(name targets...) builds tests/<name>/*.cpp into test_<name> and tells CTest its cases.
+# vmlib_test(name [LABEL label] targets...) builds tests/<name>/*.cpp into test_<name> and tells CTest its cases.
 function(vmlib_test name)
+  cmake_parse_arguments(ARG "" "LABEL" "" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/${name}/*.cpp)
   if(NOT sources)
     return()
   endif()
   add_executable(test_${name} ${sources})
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(test_${name} PRIVATE ${ARGN} vmlib_options GTest::gmock_main)
-  gtest_discover_tests(test_${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  target_link_libraries(test_${name} PRIVATE ${ARG_UNPARSED_ARGUMENTS} vmlib_options GTest::gmock_main)
+  gtest_discover_tests(test_${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${ARG_LABEL}")
 endfunction()

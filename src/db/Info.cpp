@@ -42,7 +42,7 @@ void TryChangeInfo(const dao::Database& document, TextView source, InfoValues va
     dao::Recordset info;
     ResumeNext([&] { info = document.OpenRecordset(source, dao::dbOpenDynaset); });
     ResumeNext([&] { info.Edit(); });
-    for (const auto& [field, value] : values) ResumeNext([&] { info.Field(field).SetValue(value); });
+    for (const auto& change : values) ResumeNext([&] { info.Field(change.first).SetValue(change.second); });
     ResumeNext([&] { info.Update(); });
     ResumeNext([&] { info.Close(); });
 }

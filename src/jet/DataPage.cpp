@@ -89,16 +89,18 @@ std::size_t DataPage::FreeBytes() const
     return LowestRow() - headSize - 2 * slotCount_;
 }
 
-DataPageEdit::DataPageEdit(PageEdit page, std::uint32_t owner) : DataPage(page.Ref(), owner), data_(page.Data()) {}
+DataPageEdit::DataPageEdit(const PageEdit& page, std::uint32_t owner) : DataPage(page.Ref(), owner), data_(page.Data())
+{
+}
 
-DataPageEdit DataPageEdit::Format(PageEdit page, std::uint32_t owner)
+DataPageEdit DataPageEdit::Format(const PageEdit& page, std::uint32_t owner)
 {
     std::uint8_t* data = page.Data();
     data[0] = static_cast<std::uint8_t>(PageKind::Data);
     data[1] = 1;
     StoreLittle<std::uint32_t>(data + ownerAt, owner);
     StoreLittle<std::uint16_t>(data + freeBytesAt, pageSize - headSize);
-    return DataPageEdit(std::move(page), owner);
+    return {page, owner};
 }
 
 void DataPageEdit::StoreFreeBytes(std::size_t lowest)

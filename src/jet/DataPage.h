@@ -62,9 +62,9 @@ protected:
 class DataPageEdit : public DataPage
 {
 public:
-    DataPageEdit(PageEdit page, std::uint32_t owner);
+    DataPageEdit(const PageEdit& page, std::uint32_t owner);
     /// Makes a zero page an empty page of rows.
-    static DataPageEdit Format(PageEdit page, std::uint32_t owner);
+    static DataPageEdit Format(const PageEdit& page, std::uint32_t owner);
 
     /// Adds a row behind the others; there is room for it (assert).
     std::uint8_t Append(std::span<const std::uint8_t> row, SlotState state = SlotState::Row);

@@ -117,7 +117,7 @@ RowStore& LongValues::StoreOf(const ColumnDefinition& column)
     if (!column.ownedMap)
         throw Damaged(noPage, "column " + std::to_string(column.number) + " has no map of its long value pages");
     RowStore store(pager_, allocator_, DataPage::longValueOwner, *column.ownedMap, column.roomMap.value_or(0));
-    return stores_.emplace(column.number, std::move(store)).first->second;
+    return stores_.emplace(column.number, store).first->second;
 }
 
 Bytes LongValues::Store(const ColumnDefinition& column, std::span<const std::uint8_t> value)

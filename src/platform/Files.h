@@ -145,7 +145,8 @@ public:
     bool Exists(TextView path);  // a file, not a folder
 
     /// Deletes a file after taking its exclusive lock, so it fails while somebody has the file open; a read-only file
-    /// is AccessDenied. Returns when the deletion is on the disk.
+    /// is AccessDenied. A power cut soon after may bring the file back: nobody loses anything by that, and a sync for each
+    /// test file and journal would cost more than the rest of a change.
     virtual void Delete(TextView path) = 0;
     /// Renames without replacing: Exists when `to` is there.
     virtual void Rename(TextView from, TextView to) = 0;

@@ -6,6 +6,7 @@
 #include "core/ByteOrder.h"
 #include "jet/Check.h"
 #include "jet/DefinitionCodec.h"
+#include "jet/IndexPage.h"
 #include "jet/MemoryPager.h"
 #include "jet/PageMap.h"
 #include "jet/Table.h"
@@ -126,6 +127,16 @@ TEST_P(WoundedFile, IsReported)
     GetParam().inflict(file);
     const CheckReport report = Check(file.pager);
     EXPECT_THAT(report.faults, Contains(HasSubstr(GetParam().expected))) << testing::PrintToString(report.notes);
+}
+
+TEST(CheckOfATree, FindsEntriesBeyondTheirSeparator)
+{
+    VMLIB_GENUINE_FILE(path, "employee.mdb");
+    OpenCopy file(path);
+    const PageNumber root = 29;  // of two levels; its first entry separates the first leaf from the second
+    ASSERT_EQ(IndexPage(file.pager.Read(root), 19).Level(), 1u);
+    file.Bytes(root)[indexLayout::entries + 2] -= 1;
+    EXPECT_THAT(Check(file.pager).faults, Contains(HasSubstr("goes beyond the separator in its parent")));
 }
 
 constexpr PageNumber foreignTable = OpenCopy::foreignTable;

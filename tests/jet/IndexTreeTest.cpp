@@ -216,6 +216,9 @@ TEST(IndexTree, GrowsAndShrinksByLevels)
     }
     EXPECT_THAT(file.Verified(), SizeIs(count));
     EXPECT_LT(file.pager.PageCount(), pagesBefore * 5 / 4) << "pages given back are used again";
+    for (std::uint32_t n = 5; n < count; ++n) ASSERT_TRUE(file.tree.Remove(key(n), Pointer(n)));
+    EXPECT_THAT(file.Verified(), SizeIs(5));
+    EXPECT_TRUE(IndexPage(file.pager.Read(file.tree.Root()), treeOwner).IsLeaf());
 }
 
 TEST(IndexTree, SeeksLongKeysByTheirFirstPart)
@@ -351,6 +354,15 @@ TEST(IndexTree, DamagedBranchesEndEverySearch)
         EXPECT_THROW(file.tree.Insert(NumberKey(100000, 100) + NumberKey(1), Pointer(1)), Damaged);
         EXPECT_THROW(file.tree.Remove(NumberKey(599, 100) + NumberKey(599), Pointer(599)), Damaged);
     }
+}
+
+TEST(IndexTree, EmptyLeavesInACircleAreRefused)
+{
+    TreeInMemory file;
+    Poke(file, file.tree.Root(), 8, file.tree.Root());
+    Poke(file, file.tree.Root(), 12, file.tree.Root());
+    EXPECT_THROW(file.tree.First(), Damaged);
+    EXPECT_THROW(file.tree.Last(), Damaged);
 }
 
 TEST(IndexTree, RandomBytesNeverHang)

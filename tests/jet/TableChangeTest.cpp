@@ -595,8 +595,9 @@ TEST(TableFaults, LeaveNothingHalfDone)
         {"column", [](TestFile&, Table& table, RowPointer) { table.AddColumn(Column(u"New", ColumnType::Memo)); }},
         {"drop column", [](TestFile&, Table& table, RowPointer) { table.RemoveColumn(u"Memo"); }},
     };
-    for (const auto& [name, change] : changes) {
-        SCOPED_TRACE(name);
+    for (const auto& one : changes) {
+        SCOPED_TRACE(one.first);
+        const Change change = one.second;
         TestFile file;
         Table& table = prepare(file);
         RowPointer at;

@@ -48,6 +48,7 @@ TreeVerifier::Node TreeVerifier::Read(PageNumber number)
         start = end;
     }
     if (LoadLittle<std::uint16_t>(page + 2) != 1800 - start) Fault(number, "counts its free bytes wrong");
+    if (node.entries.empty() && page[20] != 0) Fault(number, "has a prefix of nothing");
     if (!node.entries.empty() && page[20] > node.entries[0].size()) Fault(number, "has too long a prefix");
     if (node.level == 0) ++leaves_, freeBytes_ += 1800 - start;
     return node;

@@ -110,8 +110,15 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
         throw FileError(FileFault::AccessDenied, path, "read-only");
 
     const auto share = [&] { return ShareAndTruncate(descriptor.Number(), request, truncates, native, facts); };
-    // A file that this call made must not be looked for a second time: it would now exist.
-    if (creates ? !RetryFor(patience_, share) : !share()) return nullptr;
+    // A file that this call made must not be looked for a second time while it is there: it would now exist. Gone
+    // again, it has to be made anew.
+    bool shared = false;
+    const auto settled = [&] {
+        shared = share();
+        return shared || !creates || !StillNamed(native.path, facts);
+    };
+    RetryFor(patience_, settled);
+    if (!shared) return nullptr;
     return std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
                                            creates ? native.Folder() : std::string());
 }
@@ -130,7 +137,6 @@ void PosixFiles::Delete(TextView path)
 {
     const HeldFile held = holder_.HoldForChange(path);
     if (::unlink(held.native.path.c_str()) != 0) throw SystemFailure(errno, path);
-    SyncNativeFolder(held.native.Folder(), path);
 }
 
 void PosixFiles::Rename(TextView from, TextView to)
@@ -198,7 +204,6 @@ void PosixFiles::Replace(TextView from, TextView to)
         if (attempt == 2) throw FileError(FileFault::SharingViolation, to);
     }
     if (::unlink(source.native.path.c_str()) != 0) throw SystemFailure(errno, from);
-    SyncNativeFolder(source.native.Folder(), from);
 }
 
 std::pair<Text, std::uint16_t> PosixFiles::CreateUnique(TextView folder, TextView prefix)
