@@ -142,13 +142,13 @@ std::shared_ptr<FakeObject> FakeObject::Child(const std::string& name)
 {
     Variant& child = properties_[name];
     if (!child.IsObject())
-        child = std::make_shared<FakeObject>(engine_, database_, label_.empty() ? name : label_ + "." + name);
+        child = std::make_shared<FakeObject>(engine_.lock(), database_, label_.empty() ? name : label_ + "." + name);
     return std::static_pointer_cast<FakeObject>(child.As<ObjectRef>());
 }
 
 std::shared_ptr<FakeObject> FakeObject::Add(const Text& name)
 {
-    items_.push_back(std::make_shared<FakeObject>(engine_, database_, ToUtf8(name)));
+    items_.push_back(std::make_shared<FakeObject>(engine_.lock(), database_, ToUtf8(name)));
     items_.back()->properties_["Name"] = name;
     return items_.back();
 }
@@ -170,12 +170,12 @@ Variant FakeObject::Item(const Variant& key) const
 Variant FakeObject::Make(const std::string& kind, std::span<Variant> arguments)
 {
     std::string line = "Create" + kind;
-    const auto made = std::make_shared<FakeObject>(engine_, database_, engine_->NextLabel(kind));
+    const auto made = std::make_shared<FakeObject>(engine_.lock(), database_, Engine().NextLabel(kind));
     if (!arguments.empty()) {
         line += " [" + Shown(arguments[0]) + "]";
         made->properties_["Name"] = arguments[0];
     }
-    engine_->Note(Line(line));
+    Engine().Note(Line(line));
     return made;
 }
 
@@ -183,7 +183,7 @@ Variant FakeObject::Invoke(TextView member, InvokeKind kind, std::span<Variant> 
 {
     const std::string name = ToUtf8(member);
     if (kind == InvokeKind::Put) {
-        engine_->Note(Line(name + " = " + Shown(arguments.back())));
+        Engine().Note(Line(name + " = " + Shown(arguments.back())));
         properties_[name] = arguments.back();
         return {};
     }
@@ -192,20 +192,20 @@ Variant FakeObject::Invoke(TextView member, InvokeKind kind, std::span<Variant> 
     if (name == "Append") {
         if (arguments[0].As<ObjectRef>() == nullptr) throw Error(ErrorNumber::TypeMismatch);
         items_.push_back(std::static_pointer_cast<FakeObject>(arguments[0].As<ObjectRef>()));
-        engine_->Note(Line("Append " + items_.back()->label_));
+        Engine().Note(Line("Append " + items_.back()->label_));
         return {};
     }
     if (name == "OpenRecordset") {
         const std::string sql = Shown(arguments[0]);
         std::string line = "query " + sql;
         for (const Variant& option : arguments.subspan(1)) line += " (" + Shown(option) + ")";
-        engine_->Note(Line(line));
-        const auto rows = engine_->rows.find(database_ + ": " + sql);
-        if (rows == engine_->rows.end()) throw Error(ErrorNumber::NoSuchTable, {FromUtf8(sql)});
-        return std::make_shared<FakeRecordset>(engine_, database_, rows->second);
+        Engine().Note(Line(line));
+        const auto rows = Engine().rows.find(database_ + ": " + sql);
+        if (rows == Engine().rows.end()) throw Error(ErrorNumber::NoSuchTable, {FromUtf8(sql)});
+        return std::make_shared<FakeRecordset>(engine_.lock(), database_, rows->second);
     }
     if (name == "Execute" || name == "Close") {
-        engine_->Note(Line(arguments.empty() ? name : name + " " + Shown(arguments[0])));
+        Engine().Note(Line(arguments.empty() ? name : name + " " + Shown(arguments[0])));
         return {};
     }
     if (name.starts_with("Create")) return Make(name.substr(6), arguments);

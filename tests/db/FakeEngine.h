@@ -67,7 +67,9 @@ private:
     Variant Item(const Variant& key) const;
     Variant Make(const std::string& kind, std::span<Variant> arguments);
 
-    std::shared_ptr<FakeEngine> engine_;
+    FakeEngine& Engine() const { return *std::shared_ptr<FakeEngine>(engine_); }
+
+    std::weak_ptr<FakeEngine> engine_;  // which keeps the databases, and so these objects
     std::string database_;
     std::string label_;
     std::map<std::string, Variant> properties_;

@@ -374,7 +374,7 @@ TEST_F(ChangesTest, RandomChangesAgreeWithAModel)
         return Text(static_cast<std::size_t>(mark % 50), u'n') + Decimal(mark);
     };
     for (int step = 0; step < 1500; ++step) {
-        const std::int32_t id = below(12), other = below(12), child = below(40), mark = below(1000);
+        const std::int32_t id = below(12), other = below(12), child = below(40), mark = 1 + below(999);
         const Text idText = Decimal(id), otherText = Decimal(other), childText = Decimal(child);
         switch (below(7)) {
             case 0:
