@@ -46,12 +46,15 @@ std::vector<std::string> Split(const std::string& text, char separator)
     return parts;
 }
 
+// Field types, as `vmlib info --json` gives them.
+constexpr int byte = 2, currency = 5, doubleReal = 7, date = 8;
+
 /// A value of `vmlib export --json` as the readers below show it too.
-std::string Plain(const Json& value, const std::string& type)
+std::string Plain(const Json& value, int type)
 {
     if (value.is_null()) return "<null>";
     if (value.is_boolean()) return value.get<bool>() ? "1" : "0";
-    if (value.is_number() || type == "Currency") {
+    if (value.is_number() || type == currency) {
         const double number =
             value.is_number() ? value.get<double>() : std::strtod(value.get<std::string>().c_str(), nullptr);
         char text[64];
@@ -59,15 +62,14 @@ std::string Plain(const Json& value, const std::string& type)
         return text;
     }
     std::string text = value.get<std::string>();
-    if (type == "Date" && text.size() == 10) text += "T00:00:00";
+    if (type == date && text.size() == 10) text += "T00:00:00";
     return text;
 }
 
 /// A value of mdb-export in the same form.
-std::string Exported(const std::string& text, const std::string& type)
+std::string Exported(const std::string& text, int type)
 {
-    static const std::vector<std::string> numbers = {"Byte", "Integer", "Long", "Currency", "Single", "Double"};
-    if (text == "<null>" || std::ranges::find(numbers, type) == numbers.end()) return text;
+    if (text == "<null>" || type < byte || type > doubleReal) return text;
     return Plain(Json(std::strtod(text.c_str(), nullptr)), type);
 }
 
@@ -108,14 +110,17 @@ protected:
 
     struct Column
     {
-        std::string name, type;
+        std::string name;
+        int type;
     };
     std::map<std::string, std::vector<Column>> Tables()
     {
         std::map<std::string, std::vector<Column>> tables;
         const Json info = Json::parse(Run({"info", document_, "--json"}));
         for (const Json& table : info["tables"])
-            for (const Json& field : table["fields"]) tables[table["name"]].push_back({field["name"], field["type"]});
+            for (const Json& field : table["fields"])
+                tables[table["name"].get<std::string>()].push_back(
+                    {field["name"].get<std::string>(), field["type"].get<int>()});
         return tables;
     }
 

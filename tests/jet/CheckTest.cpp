@@ -135,7 +135,7 @@ TEST(CheckOfATree, FindsEntriesBeyondTheirSeparator)
     OpenCopy file(path);
     const PageNumber root = 29;  // of two levels; its first entry separates the first leaf from the second
     ASSERT_EQ(IndexPage(file.pager.Read(root), 19).Level(), 1u);
-    file.Bytes(root)[indexLayout::entries + 2] -= 1;
+    --file.Bytes(root)[indexLayout::entries + 2];
     EXPECT_THAT(Check(file.pager).faults, Contains(HasSubstr("goes beyond the separator in its parent")));
 }
 
