@@ -108,7 +108,8 @@ TableCheck* CatalogueCheck::TableNamed(TextView name)
 
 void CatalogueCheck::CheckObjects()
 {
-    for (const auto& [id, object] : objects_) {
+    for (const auto& entry : objects_) {
+        const Object& object = entry.second;
         if (object.parent != rootId && !objects_.contains(object.parent)) {
             findings_.Fault("MSysObjects: " + Printed(object.name) + " has the parent " + Id(object.parent) +
                             ", which is not there");

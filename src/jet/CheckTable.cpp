@@ -131,7 +131,9 @@ void TableCheck::CheckPage(PageNumber number, Slots& slots)
 void TableCheck::CheckMovedRows(const Slots& slots)
 {
     std::set<RowPointer> reached;
-    for (const auto& [from, to] : slots.movedAway) {
+    for (const auto& moved : slots.movedAway) {
+        const RowPointer from = moved.first;
+        const RowPointer to = moved.second;
         if (!slots.movedHere.contains(to) || !reached.insert(to).second) {
             findings_.Fault(name_ + ": row " + Printed(from) + " moved to " + Printed(to) +
                             ", where no row of its own is");
@@ -268,20 +270,23 @@ Bytes TableCheck::ReadPieces(LongColumn& owned, RowPointer first, bool oneRow, s
 
 void TableCheck::CheckUnusedLongValues()
 {
-    for (const auto& [number, owned] : longColumns_) {
-        for (const PageNumber pageNumber : owned.pages) {
-            findings_.Guard(name_ + " (long values)", [&] {
-                const DataPage page(pager_.Read(pageNumber), DataPage::longValueOwner);
-                for (std::size_t row = 0; row < page.SlotCount(); ++row) {
-                    const RowPointer at{pageNumber, static_cast<std::uint8_t>(row)};
-                    if (page.At(row).state != SlotState::Deleted && !owned.used.contains(at)) {
-                        findings_.Fault(name_ + ": the piece " + Printed(at) + " of a long value is used by no row");
-                    }
-                }
-                ledger_.CheckFreeBytes(pageNumber, page.FreeBytes(), name_ + " (long values)");
-            });
+    for (const auto& column : longColumns_) {
+        for (const PageNumber page : column.second.pages) {
+            findings_.Guard(name_ + " (long values)", [&] { CheckLongValuePage(page, column.second.used); });
         }
     }
+}
+
+void TableCheck::CheckLongValuePage(PageNumber number, const std::set<RowPointer>& used)
+{
+    const DataPage page(pager_.Read(number), DataPage::longValueOwner);
+    for (std::size_t row = 0; row < page.SlotCount(); ++row) {
+        const RowPointer at{number, static_cast<std::uint8_t>(row)};
+        if (page.At(row).state != SlotState::Deleted && !used.contains(at)) {
+            findings_.Fault(name_ + ": the piece " + Printed(at) + " of a long value is used by no row");
+        }
+    }
+    ledger_.CheckFreeBytes(number, page.FreeBytes(), name_ + " (long values)");
 }
 
 // --------------------------------------------------------------------------------------------- keys

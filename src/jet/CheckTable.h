@@ -64,6 +64,7 @@ private:
     void CheckMovedRows(const Slots& slots);
     void ClaimLongValues();
     void CheckUnusedLongValues();
+    void CheckLongValuePage(PageNumber number, const std::set<RowPointer>& used);
     void CheckRow(RowPointer at, std::span<const std::uint8_t> bytes);
     void ReadLongValue(const ColumnDefinition& column, std::span<const std::uint8_t> field, RowPointer row,
                        Value& into);

@@ -29,7 +29,11 @@ std::shared_ptr<Table> DatabaseFile::OpenTable(TextView name, ErrorNumber missin
         const ObjectEntry found = *entry;
         const Bytes properties = catalogue_.StoredProperties(found.id);
         if (known.table == nullptr || known.name != found.name || known.properties != properties) {
-            known.table = Load(found, properties);
+            TableDefinition definition = Read(found, properties);
+            if (known.table == nullptr)
+                known.table = std::make_shared<Table>(pager_, allocator_, std::move(definition));
+            else
+                known.table->Describe(std::move(definition));
             known.name = found.name;
             known.properties = properties;
         }
@@ -44,7 +48,13 @@ std::shared_ptr<Table> DatabaseFile::OpenTable(TextView name, ErrorNumber missin
     return {holder, holder->table.get()};
 }
 
-std::shared_ptr<Table> DatabaseFile::Load(const ObjectEntry& entry, const Bytes& properties)
+void DatabaseFile::NoteDesign(PageNumber page)
+{
+    const auto known = tables_.find(page);
+    if (known != tables_.end()) known->second.generation.reset();
+}
+
+TableDefinition DatabaseFile::Read(const ObjectEntry& entry, const Bytes& properties)
 {
     const auto page = static_cast<PageNumber>(entry.id);
     TableDefinition definition = Table::ReadDefinition(pager_, page);
@@ -53,7 +63,7 @@ std::shared_ptr<Table> DatabaseFile::Load(const ObjectEntry& entry, const Bytes&
     for (ColumnDefinition& column : definition.columns) {
         if (const PropertyList* list = decoded.FindField(column.name)) column.properties = *list;
     }
-    return std::make_shared<Table>(pager_, allocator_, std::move(definition));
+    return definition;
 }
 
 SortLocale DatabaseFile::Locale()

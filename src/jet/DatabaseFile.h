@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 
 #include "jet/Catalogue.h"
 #include "jet/FilePager.h"
@@ -28,7 +29,10 @@ public:
     /// The table, with name and properties as the catalogue has them; keeps the file open. @throws Error with `missing`
     /// when there is none
     std::shared_ptr<Table> OpenTable(TextView name, ErrorNumber missing = ErrorNumber::NoSuchTable);
-    /// Forgets what is known of a table whose design has changed: who opens it from now on gets a new object.
+    /// The design of a table has changed: the next opener compares name and properties with the catalogue. All who hold
+    /// the table share one object, so that an index that one of them adds is filled by the others.
+    void NoteDesign(PageNumber page);
+    /// Of a table that is gone.
     void ForgetTable(PageNumber page) { tables_.erase(page); }
 
     SortLocale Locale();
@@ -37,11 +41,11 @@ private:
     struct KnownTable
     {
         std::shared_ptr<Table> table;
-        std::uint64_t generation = 0;  // of the pager when name and properties were compared
+        std::optional<std::uint64_t> generation;  // of the pager when name and properties were compared
         Text name;
         Bytes properties;  // as stored
     };
-    std::shared_ptr<Table> Load(const ObjectEntry& entry, const Bytes& properties);
+    TableDefinition Read(const ObjectEntry& entry, const Bytes& properties);
 
     Files& files_;
     Text path_;

@@ -51,7 +51,7 @@ void AlterProperties(DatabaseFile& file, std::int32_t id, Change change)
 void Finish(DatabaseFile& file, std::int32_t id)
 {
     file.Objects().Touch(id);
-    file.ForgetTable(static_cast<PageNumber>(id));
+    file.NoteDesign(static_cast<PageNumber>(id));
 }
 
 }  // namespace
@@ -89,9 +89,9 @@ void DropTable(DatabaseFile& file, TextView name)
     if (table->Definition().system) throw Error(ErrorNumber::NoPermission, {Text(name)});
     if (RelationUsesTable(file, name)) throw Error(ErrorNumber::IndexInUse);
     const std::int32_t id = IdOf(*table);
+    file.ForgetTable(static_cast<PageNumber>(id));  // also when the rest fails: its object is of no use then
     table->Destroy();
     file.Objects().Remove(id);
-    file.ForgetTable(static_cast<PageNumber>(id));
 }
 
 void RenameTable(DatabaseFile& file, TextView from, TextView to)
@@ -103,7 +103,7 @@ void RenameTable(DatabaseFile& file, TextView from, TextView to)
     RequireFreeName(file, to, id);
     RenameTableInRelations(file, table->Definition().name, to);
     file.Objects().Rename(id, to);
-    file.ForgetTable(static_cast<PageNumber>(id));
+    file.NoteDesign(static_cast<PageNumber>(id));
 }
 
 void CreateIndex(DatabaseFile& file, TextView tableName, const NewIndex& index)

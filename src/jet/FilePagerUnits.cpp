@@ -38,21 +38,16 @@ void FilePager::PrepareCommit()
     assert(levels_.size() == 1 && !prepared_);
     RequireSound();
     if (options_.isPrivate || (journal_ == nullptr && cache_.Dirty().empty())) return;
-    try {
-        StampCommitWord();
-        BeginOverwriting();
-        std::vector<Frame*> dirty = cache_.Dirty();
-        dirty.erase(dirty.begin());  // the header page, whose commit word ends the writing
-        WritePages(dirty);
-        const std::uint64_t end = std::uint64_t{pageCount_} * pageSize;
-        if (file_.Size() > std::max(end, knownSize_)) file_.Resize(end);
-        file_.Write(0, Load(0)->bytes);
-        file_.Sync();
-        preparedSize_ = file_.Size();
-    } catch (...) {
-        RollbackJournalled();
-        throw;
-    }
+    StampCommitWord();
+    BeginOverwriting();
+    std::vector<Frame*> dirty = cache_.Dirty();
+    dirty.erase(dirty.begin());  // the header page, whose commit word ends the writing
+    WritePages(dirty);
+    const std::uint64_t end = std::uint64_t{pageCount_} * pageSize;
+    if (file_.Size() > std::max(end, knownSize_)) file_.Resize(end);
+    file_.Write(0, Load(0)->bytes);
+    file_.Sync();
+    preparedSize_ = file_.Size();
     prepared_ = true;
 }
 

@@ -109,8 +109,7 @@ public:
 
     /// Units of work; used through UnitOfWork and ReadScope.
     virtual void BeginUnit() = 0;  // nested ones are savepoints
-    /// The outermost one makes it durable. When it throws, the changes are undone and the unit still has to be ended by
-    /// RollbackUnit.
+    /// The outermost one makes it durable. When it throws, RollbackUnit has to end the unit, which undoes it.
     virtual void CommitUnit() = 0;
     virtual void RollbackUnit() noexcept = 0;
     virtual void

@@ -162,8 +162,8 @@ void RemoveIndexes(DatabaseFile& file, const RelationDefinition& relation)
         break;
     }
     foreign->RemoveIndex(relation.name);
-    file.ForgetTable(table->Definition().page);
-    file.ForgetTable(foreign->Definition().page);
+    file.NoteDesign(table->Definition().page);
+    file.NoteDesign(foreign->Definition().page);
 }
 
 void InsertRows(DatabaseFile& file, const RelationDefinition& relation)
@@ -246,8 +246,8 @@ void CreateRelation(DatabaseFile& file, const RelationDefinition& wanted)
     entry.name = relation.name;
     entry.type = system::relationType;
     file.Objects().Add(entry, {});
-    file.ForgetTable(table->Definition().page);
-    file.ForgetTable(foreign->Definition().page);
+    file.NoteDesign(table->Definition().page);
+    file.NoteDesign(foreign->Definition().page);
 }
 
 void DropRelation(DatabaseFile& file, TextView name)

@@ -38,6 +38,7 @@ void Table::State::Adopt(TableDefinition changed)
 
 Table::State& Table::State::Current()
 {
+    if (destroyed) throw Error(ErrorNumber::NoSuchObject, {definition.name});
     if (generation == pager.Generation()) return *this;
     TableDefinition fresh = ReadDefinitionPages(pager, definition.page);
     fresh.name = definition.name;
@@ -80,6 +81,12 @@ Table::Table(Pager& pager, PageAllocator& allocator, TableDefinition definition)
 }
 
 Table::~Table() = default;
+
+void Table::Describe(TableDefinition definition)
+{
+    state_->generation = state_->pager.Generation();
+    state_->Adopt(std::move(definition));
+}
 
 const TableDefinition& Table::Definition()
 {

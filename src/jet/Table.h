@@ -44,8 +44,10 @@ public:
     /// definition goes there; the caller has taken that page.
     /// @throws Error 3264 without columns, 3190 with more than 255, 3259 for a type that the format does not have
     static TableDefinition Create(Pager& pager, PageAllocator& allocator, TableDefinition wanted);
-    /// Gives all pages of the table back: rows, long values, indexes, maps, definition. The object is of no use
-    /// afterwards.
+    /// Takes over what the catalogue says of the table now: its name and the properties of its columns.
+    void Describe(TableDefinition definition);
+    /// Gives all pages of the table back: rows, long values, indexes, maps, definition. Whoever still holds the object
+    /// gets error 3011 from it.
     void Destroy();
 
     /// Walks the rows in the order of the pages. The table may be changed between two calls of Next: each row that was

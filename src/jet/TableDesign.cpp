@@ -103,6 +103,7 @@ void Table::Destroy()
     state.rows->Destroy();
     for (const PageNumber page : DefinitionPages(state.pager, state.definition.page)) state.allocator.Free(page);
     unit.Commit();
+    state.destroyed = true;
 }
 
 /// Writes a definition and takes it over. @param step  what else belongs to the change; it may still alter the

@@ -55,6 +55,7 @@ struct Table::State
     PageAllocator& allocator;
     TableDefinition definition;
     std::uint64_t generation;
+    bool destroyed = false;  // its pages may belong to another table by now
 
     // Made from the definition
     std::shared_ptr<const RowCodec> codec;

@@ -119,6 +119,15 @@ TEST_F(QueriesTest, TablesMoveBetweenProtectedFiles)
     EXPECT_EQ(
         ErrorOf([&] { Execute(source, u"SELECT * INTO N IN '' [;DATABASE=" + other + u";PWD=Anders] FROM Leden"); }),
         0);
+    {
+        // Open on its path with its own password, it needs none behind IN, read only or not.
+        const ObjectRef opened = Open(u"anders.mdb", false, false, u"Anders");
+        EXPECT_THAT(Rows(source, u"SELECT Id FROM N IN '" + other + u"' ORDER BY Id"), ElementsAre("5", "9"));
+        const ObjectRef reader = Open(u"bron.mdb", false, true, u"Zonnebloemen");
+        EXPECT_THAT(Rows(reader, u"SELECT Id FROM N IN '" + other + u"' ORDER BY Id"), ElementsAre("5", "9"));
+        Call(reader, u"Close");
+        Call(opened, u"Close");
+    }
     EXPECT_EQ(ErrorOf([&] { Platform().files.Delete(other); }), 0) << "the file behind IN is free again";
     EXPECT_EQ(ErrorOf([&] { Platform().files.Delete(path); }), 70) << "the open one is not";
 }
@@ -218,6 +227,10 @@ TEST_F(QueriesTest, UpdateAndDeleteThroughJoins)
     // What a statement adds is not among the rows that it reads.
     Execute(database, u"INSERT INTO B SELECT AId, Aantal FROM B");
     EXPECT_EQ(Affected(database), 2);
+    MakeIndex(database, u"B", u"OpA", u"AId", false, false);
+    Execute(database, u"INSERT INTO B SELECT AId + 100 AS AId, 500 AS Aantal FROM B WHERE AId Between 1 And 900");
+    EXPECT_EQ(Affected(database), 4) << "also when it walks the index that grows";
+    Execute(database, u"DELETE FROM B WHERE AId > 100");
     // A dynaset over a join changes the row behind each column.
     const ObjectRef records =
         Records(database, u"SELECT A.Naam, B.Aantal FROM A INNER JOIN B ON A.Id = B.AId ORDER BY B.Aantal", 2);

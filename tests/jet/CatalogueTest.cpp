@@ -148,6 +148,27 @@ TEST_F(CatalogueTest, DesignChanges)
     ExpectSound();
 }
 
+TEST_F(CatalogueTest, HoldersOfATableFollowItsDesign)
+{
+    MakeBoth();
+    const auto held = database_->OpenTable(u"Klanten");
+    const auto id = held->Definition().columns[0].number, name = held->Definition().columns[1].number;
+    database_->CreateIndex(u"Klanten", {u"P", {{id, false}}, false, true, false, false});
+    database_->CreateIndex(u"Klanten", {u"Q", {{name, false}}, false, false, false, false});
+    {
+        UnitOfWork unit(database_->GetPager());
+        const std::int32_t number = held->TakeAutoNumber();
+        held->Insert({number, std::string("Jan"), Null{}, Null{}});
+        EXPECT_EQ(NumberOf([&] { held->Insert({number, std::string("Piet"), Null{}, Null{}}); }), 3022);
+        unit.Commit();
+    }
+    ExpectSound();
+    database_->RenameTable(u"Klanten", u"Relaties");
+    EXPECT_EQ(database_->OpenTable(u"Relaties")->Definition().name, u"Relaties");
+    database_->DropTable(u"Relaties");
+    EXPECT_EQ(NumberOf([&] { held->Definition(); }), 3011);
+}
+
 TEST_F(CatalogueTest, DesignChangesRefuse)
 {
     MakeBoth();

@@ -206,23 +206,24 @@ TEST_P(FaultTest, AfterAFailureThePagerGoesOnAndTheNextCommitCounts)
 
 TEST_P(FaultTest, SettlingANewFileIsToldOrDone)
 {
-    for (const FaultKind kind : {FaultKind::Fails, FaultKind::PowerCut}) {
+    for (unsigned seed = 0; seed < 8; ++seed) {
         bool struck = true;
         for (int n = 1; struck; ++n) {
+            const std::string what = "step " + std::to_string(n) + ", seed " + std::to_string(seed);
             for (const std::string& name : folder_.Names()) std::filesystem::remove(folder_.Native(name));
             FailingFiles files(files_);
-            files.Arm({.at = n, .kind = kind});
+            files.Arm({.at = n, .kind = seed == 0 ? FaultKind::Fails : FaultKind::PowerCut});
             const bool told = NumberOf([&] { Create(files, At("a.mdb"), Before())->Settle(); }) == 0;
             struck = files.Struck();
-            EXPECT_EQ(told, !struck) << "step " << n;
-            files.AfterPowerCut(Unsynced::Random, static_cast<unsigned>(n));
+            EXPECT_EQ(told, !struck) << what;
+            files.AfterPowerCut(Unsynced::Random, seed);
             if (!files_.Exists(At("a.mdb"))) continue;
             // A file that was not finished says so in its commit word, or has none.
             const auto pager = Open(files_, At("a.mdb"));
             if (pager->PageCount() == 0 || WordOf(*pager) != createdWord) {
-                EXPECT_FALSE(told) << "step " << n;
+                EXPECT_FALSE(told) << what;
             } else {
-                EXPECT_EQ(MarksOf(*pager), Before()) << "step " << n;
+                EXPECT_EQ(MarksOf(*pager), Before()) << what;
             }
         }
     }
