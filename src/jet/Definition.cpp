@@ -4,47 +4,6 @@
 
 namespace vmlib::jet {
 
-bool IsKnown(ColumnType type)
-{
-    return (type >= ColumnType::Boolean && type <= ColumnType::Memo) || type == ColumnType::Guid;
-}
-
-bool IsLongValue(ColumnType type)
-{
-    return type == ColumnType::LongBinary || type == ColumnType::Memo;
-}
-
-bool IsTextual(ColumnType type)
-{
-    return type == ColumnType::Text || type == ColumnType::Memo;
-}
-
-std::optional<std::uint16_t> FixedSize(ColumnType type)
-{
-    switch (type) {
-        case ColumnType::Boolean:
-        case ColumnType::Byte:
-            return 1;
-        case ColumnType::Integer:
-            return 2;
-        case ColumnType::Long:
-        case ColumnType::Single:
-            return 4;
-        case ColumnType::Currency:
-        case ColumnType::Double:
-        case ColumnType::Date:
-            return 8;
-        case ColumnType::Guid:
-            return 16;
-        case ColumnType::Binary:
-        case ColumnType::Text:
-        case ColumnType::LongBinary:
-        case ColumnType::Memo:
-            return std::nullopt;
-    }
-    return std::nullopt;
-}
-
 bool ColumnDefinition::Required() const
 {
     return properties.Boolean(u"Required").value_or(false);

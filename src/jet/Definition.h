@@ -28,10 +28,48 @@ enum class ColumnType : std::uint8_t
     Guid = 15,
 };
 
-bool IsKnown(ColumnType type);
-bool IsLongValue(ColumnType type);                        // memo, long binary
-bool IsTextual(ColumnType type);                          // text, memo
-std::optional<std::uint16_t> FixedSize(ColumnType type);  // bytes of types that have one size; Boolean 1
+constexpr bool IsKnown(ColumnType type)
+{
+    return (type >= ColumnType::Boolean && type <= ColumnType::Memo) || type == ColumnType::Guid;
+}
+
+/// Memo and long binary.
+constexpr bool IsLongValue(ColumnType type)
+{
+    return type == ColumnType::LongBinary || type == ColumnType::Memo;
+}
+
+constexpr bool IsTextual(ColumnType type)
+{
+    return type == ColumnType::Text || type == ColumnType::Memo;
+}
+
+/// Bytes of types that have one size (Boolean 1); in the header because every value of every row asks for it.
+constexpr std::optional<std::uint16_t> FixedSize(ColumnType type)
+{
+    switch (type) {
+        case ColumnType::Boolean:
+        case ColumnType::Byte:
+            return 1;
+        case ColumnType::Integer:
+            return 2;
+        case ColumnType::Long:
+        case ColumnType::Single:
+            return 4;
+        case ColumnType::Currency:
+        case ColumnType::Double:
+        case ColumnType::Date:
+            return 8;
+        case ColumnType::Guid:
+            return 16;
+        case ColumnType::Binary:
+        case ColumnType::Text:
+        case ColumnType::LongBinary:
+        case ColumnType::Memo:
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
 
 inline constexpr std::uint16_t generalOrder = 0x0409;
 inline constexpr std::uint16_t dutchOrder = 0x0413;

@@ -11,7 +11,8 @@ namespace vmlib::jet {
 
 namespace {
 
-constexpr std::size_t agedPages = 256;  // so many pages are looked at for a clean one before changed ones are written
+constexpr std::size_t pagesInARun = 32;  // read ahead or written in one call: 64 KiB
+constexpr std::size_t agedPages = 256;   // so many pages are looked at for a clean one before changed ones are written
 
 }  // namespace
 
@@ -87,14 +88,25 @@ Frame* FilePager::Load(PageNumber number)
 {
     if (number >= pageCount_) throw Damaged(number, "the page lies beyond the end of the file");
     if (Frame* page = cache_.Find(number)) return page;
-    Frame* page = NewFrame(number);
-    try {
-        file_.Read(number, page->bytes);
-    } catch (...) {
-        cache_.Remove(page);
-        throw;
+    const PageNumber count = number == nextInRow_ ? RunFrom(number) : 1;
+    readRun_.resize(std::size_t{count} * pageSize);
+    file_.ReadRun(number, readRun_);
+    nextInRow_ = number + count;
+    Frame* page = nullptr;
+    for (PageNumber i = count; i-- > 0;) {  // the one that is wanted last, so that the others do not push it out
+        page = NewFrame(number + i);
+        std::copy_n(readRun_.data() + std::size_t{i} * pageSize, pageSize, page->bytes.begin());
     }
     return page;
+}
+
+// Pages from here on that are not in memory; what is in memory may be newer than the file.
+PageNumber FilePager::RunFrom(PageNumber first) const
+{
+    const auto most = static_cast<PageNumber>(std::clamp<std::size_t>(cache_.Capacity() / 8, 1, pagesInARun));
+    PageNumber count = 1;
+    while (count < most && first + count < pageCount_ && !cache_.Holds(first + count)) ++count;
+    return count;
 }
 
 Frame* FilePager::NewFrame(PageNumber number)
@@ -130,12 +142,25 @@ void FilePager::SpillDirty()
 }
 
 // Pages behind the old end first: they are where a full disk shows, and nothing points at them yet.
-void FilePager::WritePages(const std::vector<Frame*>& pages)
+void FilePager::WritePages(std::span<Frame* const> pages)
 {
     const PageNumber oldEnd = levels_.empty() ? 0 : levels_.front().pageCount;
-    const auto firstNew = std::ranges::lower_bound(pages, oldEnd, {}, &Frame::number);
-    for (auto page = firstNew; page != pages.end(); ++page) file_.Write((*page)->number, (*page)->bytes);
-    for (auto page = pages.begin(); page != firstNew; ++page) file_.Write((*page)->number, (*page)->bytes);
+    const auto firstNew = static_cast<std::size_t>(
+        std::ranges::lower_bound(pages, oldEnd, {}, [](const Frame* page) { return page->number; }) - pages.begin());
+    WriteRuns(pages.subspan(firstNew));
+    WriteRuns(pages.first(firstNew));
+}
+
+// Neighbours go out in one call.
+void FilePager::WriteRuns(std::span<Frame* const> pages)
+{
+    for (std::size_t i = 0; i < pages.size();) {
+        const PageNumber first = pages[i]->number;
+        writeRun_.clear();
+        for (PageNumber n = 0; i < pages.size() && n < pagesInARun && pages[i]->number == first + n; ++n, ++i)
+            writeRun_.insert(writeRun_.end(), pages[i]->bytes.begin(), pages[i]->bytes.end());
+        file_.WriteRun(first, writeRun_);
+    }
 }
 
 }  // namespace vmlib::jet

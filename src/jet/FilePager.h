@@ -94,7 +94,9 @@ private:
     Frame* NewFrame(PageNumber number);
     void MakeRoom();
     void SpillDirty();
-    void WritePages(const std::vector<Frame*>& pages);
+    PageNumber RunFrom(PageNumber first) const;
+    void WritePages(std::span<Frame* const> pages);
+    void WriteRuns(std::span<Frame* const> pages);
 
     // Units of work (FilePagerUnits.cpp)
     bool ImageWanted(std::size_t level, PageNumber number) const;
@@ -121,6 +123,10 @@ private:
     void Reload();
     void LockForOverwriting();
     void SettleReadingLock() noexcept;
+
+    PageNumber nextInRow_ = noPage;  // behind the pages that were read last: who asks for it reads in order
+    std::vector<std::uint8_t> readRun_;
+    std::vector<std::uint8_t> writeRun_;
 
     Files& files_;
     PagerOptions options_;

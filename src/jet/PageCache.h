@@ -34,6 +34,8 @@ public:
 
     /// The page, now the one used last; null when it is not in memory.
     Frame* Find(PageNumber number);
+    /// True when it is in memory; does not count as a use.
+    bool Holds(PageNumber number) const { return pages_.contains(number); }
     /// A page that is not in memory yet; its contents are not set.
     Frame* Add(PageNumber number);
     /// Takes a page out; whoever holds it keeps its bytes as they are.

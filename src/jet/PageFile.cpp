@@ -34,13 +34,24 @@ void PageFile::Resize(std::uint64_t size)
 
 void PageFile::Read(PageNumber number, std::span<std::uint8_t, pageSize> into)
 {
-    const std::size_t read = OnDisk([&] { return file_->ReadAt(OffsetOf(number), into); });
-    if (read != pageSize) throw Damaged(number, "the file ends before the end of the page");
+    ReadRun(number, into);
 }
 
 void PageFile::Write(PageNumber number, std::span<const std::uint8_t, pageSize> bytes)
 {
-    OnDisk([&] { file_->WriteAt(OffsetOf(number), bytes); });
+    WriteRun(number, bytes);
+}
+
+void PageFile::ReadRun(PageNumber first, std::span<std::uint8_t> into)
+{
+    const std::size_t read = OnDisk([&] { return file_->ReadAt(OffsetOf(first), into); });
+    if (read == into.size()) return;
+    throw Damaged(first + static_cast<PageNumber>(read / pageSize), "the file ends before the end of the page");
+}
+
+void PageFile::WriteRun(PageNumber first, std::span<const std::uint8_t> bytes)
+{
+    OnDisk([&] { file_->WriteAt(OffsetOf(first), bytes); });
 }
 
 void PageFile::Sync()

@@ -35,6 +35,9 @@ public:
     /// @throws Damaged when the file ends before the end of the page
     void Read(PageNumber number, std::span<std::uint8_t, pageSize> into);
     void Write(PageNumber number, std::span<const std::uint8_t, pageSize> bytes);
+    /// Several pages in a row; the size is a multiple of the page size.
+    void ReadRun(PageNumber first, std::span<std::uint8_t> into);
+    void WriteRun(PageNumber first, std::span<const std::uint8_t> bytes);
     void Sync();
 
     CommitWords ReadCommitWords() { return jet::ReadCommitWords(*file_); }
