@@ -62,7 +62,8 @@ public:
     /// The two halves of committing the outermost unit, for a commit over several files: after PrepareCommit everything
     /// is in the file and on the disk, but a crash or RollbackUnit still undoes it; FinishCommit makes it count and
     /// ends the unit.
-    void PrepareCommit();
+    /// @param alone  no other file commits with it: what is on the disk then counts at once
+    void PrepareCommit(bool alone = false);
     void FinishCommit();
     std::size_t UnitDepth() const { return levels_.size(); }
 
@@ -106,6 +107,7 @@ private:
     void PutJournalAway() noexcept;
     void DeleteIdleJournal() noexcept;
     void StampCommitWord();
+    void SealJournal(std::span<Frame* const> dirty);
     void BeginOverwriting();
     void MergeIntoParent();
     Frame* FrameForRollback(PageNumber number);

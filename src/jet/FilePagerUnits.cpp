@@ -29,18 +29,19 @@ void FilePager::CommitUnit()
         MergeIntoParent();
         return;
     }
-    PrepareCommit();
+    PrepareCommit(true);
     FinishCommit();
 }
 
-void FilePager::PrepareCommit()
+void FilePager::PrepareCommit(bool alone)
 {
     assert(levels_.size() == 1 && !prepared_);
     RequireSound();
     if (options_.isPrivate || (journal_ == nullptr && cache_.Dirty().empty())) return;
     StampCommitWord();
-    BeginOverwriting();
     std::vector<Frame*> dirty = cache_.Dirty();
+    if (alone) SealJournal(dirty);
+    BeginOverwriting();
     dirty.erase(dirty.begin());  // the header page, whose commit word ends the writing
     WritePages(dirty);
     const std::uint64_t end = std::uint64_t{pageCount_} * pageSize;
@@ -51,13 +52,24 @@ void FilePager::PrepareCommit()
     prepared_ = true;
 }
 
+// Saves the sync that makes the journal invalid. Not where the journal serves the next unit, nor for one of several
+// files, whose commit still may be taken back, nor when pages of the unit stand in the file already.
+void FilePager::SealJournal(std::span<Frame* const> dirty)
+{
+    const std::uint64_t size = std::max<std::uint64_t>(std::uint64_t{pageCount_} * pageSize, knownSize_);
+    if (!options_.shared || overwriting_ || dirty.size() > Journal::greatestSealedCount || file_.Size() > size) return;
+    std::vector<JournalHeader::Sample> pages;
+    for (const Frame* page : dirty) pages.push_back(journal_->After(page->number, page->bytes));
+    journal_->Seal(size, pages);
+}
+
 void FilePager::FinishCommit()
 {
     if (options_.isPrivate) {
         for (const auto& image : levels_.front().images) images_.Drop(image.second);
     } else if (prepared_) {
         try {
-            journal_->Invalidate();
+            if (!journal_->IsSealed()) journal_->Invalidate();
         } catch (...) {
             UndoPrepared();
             throw;

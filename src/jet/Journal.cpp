@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstring>
 #include <random>
 #include <utility>
@@ -21,6 +22,9 @@ constexpr std::uint64_t recordsAt = headerSize;
 constexpr std::size_t recordSize = 8 + pageSize;
 constexpr std::uint64_t greatestKeptSize = 1 << 20;  // of a journal that waits for the next unit
 constexpr std::size_t bufferLimit = 32 * recordSize;
+
+constexpr PageNumber sealMark = 0xFFFFFFFF;
+constexpr std::size_t sealedPagesAt = 20;
 
 using Record = std::array<std::uint8_t, recordSize>;
 
@@ -91,6 +95,30 @@ bool IsValid(const JournalHeader& header, const Record& record)
     const auto page = LoadLittle<std::uint32_t>(record.data());
     return page < header.fileSize / pageSize &&
            LoadLittle<std::uint32_t>(record.data() + 4) == RecordSum(header.salt, page, before);
+}
+
+// True when the journal has a seal and the file is what the seal says.
+bool IsComplete(OpenFile& journal, const JournalHeader& header, PageFile& file)
+{
+    Record record;
+    for (std::uint64_t at = recordsAt; ReadRecord(journal, at, record); at += recordSize) {
+        const std::span<const std::uint8_t, pageSize> content(record.data() + 8, pageSize);
+        if (LoadLittle<std::uint32_t>(record.data()) != sealMark) continue;
+        if (LoadLittle<std::uint32_t>(&record[4]) != RecordSum(header.salt, sealMark, content)) continue;
+        if (file.Size() != LoadLittle<std::uint64_t>(&record[8])) return false;
+        const std::size_t count =
+            std::min<std::size_t>(LoadLittle<std::uint32_t>(&record[16]), Journal::greatestSealedCount);
+        std::array<std::uint8_t, pageSize> page;
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto number = LoadLittle<std::uint32_t>(&record[sealedPagesAt + 8 * i]);
+            if (number >= file.PageCount()) return false;
+            file.Read(number, page);
+            if (RecordSum(header.salt, number, page) != LoadLittle<std::uint32_t>(&record[sealedPagesAt + 8 * i + 4]))
+                return false;
+        }
+        return true;
+    }
+    return false;
 }
 
 // Every valid record counts, also behind one that is not: records that a sync covered come first, and a page whose
@@ -214,6 +242,31 @@ Text Journal::PathFor(TextView file)
     return Text(file) + u"-journal";
 }
 
+JournalHeader::Sample Journal::After(PageNumber page, std::span<const std::uint8_t, pageSize> bytes) const
+{
+    return {page, RecordSum(header_.salt, page, bytes)};
+}
+
+void Journal::Seal(std::uint64_t sizeAfter, std::span<const JournalHeader::Sample> pages)
+{
+    assert(!sealed_ && !headerWritten_ && pages.size() <= greatestSealedCount);
+    Record seal{};
+    StoreLittle(&seal[8], sizeAfter);
+    StoreLittle(&seal[16], static_cast<std::uint32_t>(pages.size()));
+    std::size_t at = sealedPagesAt;
+    for (const auto& page : pages) {
+        StoreLittle(&seal[at], page.page);
+        StoreLittle(&seal[at + 4], page.sum);
+        at += 8;
+    }
+    const std::span<const std::uint8_t, pageSize> content(seal.data() + 8, pageSize);
+    StoreLittle(seal.data(), sealMark);
+    StoreLittle(&seal[4], RecordSum(header_.salt, sealMark, content));
+    buffer_.insert(buffer_.end(), seal.begin(), seal.end());
+    sealed_ = true;
+    synced_ = false;
+}
+
 void Journal::Append(PageNumber page, std::span<const std::uint8_t, pageSize> before)
 {
     if (buffer_.size() + recordSize > bufferLimit) Flush();
@@ -252,7 +305,7 @@ void Journal::Restart(const JournalHeader& header)
     held_.clear();
     buffer_.clear();
     written_ = recordsAt;
-    headerWritten_ = synced_ = false;
+    headerWritten_ = synced_ = sealed_ = false;
 }
 
 void Journal::Flush()
@@ -313,6 +366,13 @@ Settled SettleJournalAlone(Files& files, PageFile& file, TextView path)
     const auto header = OnDisk([&] { return ReadHeader(*journal); });
     if (header) {
         if (!OnDisk([&] { return BelongsTo(*journal, *header, file); })) return Settled::NotOurs;
+        if (OnDisk([&] { return IsComplete(*journal, *header, file); })) {
+            // The pages may still be on their way to the disk: the journal goes only behind them.
+            file.Sync();
+            journal.reset();
+            TryDelete(files, journalPath);
+            return Settled::Removed;
+        }
         PlayBack(*journal, *header, file);
         OnDisk([&] { InvalidateHeader(*journal); });
     } else if (CommitWordOf(file.ReadCommitWords()) == writingWord) {
@@ -332,12 +392,14 @@ Settled SettleJournal(Files& files, TextView path)
     auto opened = TryOpen(files, path, FileAccess::ReadWrite);
     if (opened == nullptr) {
         // No right to write, or somebody holds the file exclusively: then he has settled the journal or is its owner.
-        const auto readable = TryOpen(files, path, FileAccess::Read);
+        auto readable = TryOpen(files, path, FileAccess::Read);
         if (readable == nullptr) return Settled::InUse;
         const auto journal = TryOpen(files, journalPath, FileAccess::Read);
         if (journal == nullptr) return Settled::InUse;
         const auto header = OnDisk([&] { return ReadHeader(*journal); });
         if (!header || header->fileNumber != readable->Identity().file) return Settled::NotOurs;
+        PageFile file(std::move(readable));
+        if (OnDisk([&] { return IsComplete(*journal, *header, file); })) return Settled::NotOurs;
         throw Error(ErrorNumber::CannotOpenFile, {Text(path)});
     }
     PageFile file(std::move(opened));

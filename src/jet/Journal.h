@@ -26,8 +26,16 @@ namespace vmlib::jet {
 // The samples name the file by its contents. The number alone does not: it changes when a stick without such numbers is
 // plugged in again, and it stays when another document is copied over the file.
 //
-// The header is valid from the first sync of the journal until the unit is complete, when it is overwritten with zeros:
-// that moment is the commit.
+// A seal may stand behind the records, of their size and with FFFFFFFF for the page number:
+//
+//    8     8  size of the file after the unit
+//   16     4  number of pages that the unit has changed, at most 254
+//   20     8n page number (4), check sum of salt, number and page after the unit (4)
+//
+// The header is valid from the first sync of the journal until the unit is complete. Without a seal it is overwritten
+// with zeros then: that moment is the commit. With a seal the commit is the sync of the file: who finds all pages as
+// the seal has them knows that the unit is complete and removes the journal, so that nothing needs to be synced after
+// the file.
 
 /// What a journal says of the file that it belongs to.
 struct JournalHeader
@@ -68,6 +76,14 @@ public:
     bool Holds(PageNumber page) const { return page < held_.size() && held_[page]; }
     void Append(PageNumber page, std::span<const std::uint8_t, pageSize> before);
 
+    /// What a page will be, for Seal.
+    JournalHeader::Sample After(PageNumber page, std::span<const std::uint8_t, pageSize> bytes) const;
+    /// Says what the file will be: all pages that the unit changes, none of which has been written yet. Before the
+    /// first Sync, once. A sealed journal needs no Invalidate.
+    void Seal(std::uint64_t sizeAfter, std::span<const JournalHeader::Sample> pages);
+    bool IsSealed() const { return sealed_; }
+    static constexpr std::size_t greatestSealedCount = 254;
+
     /// Returns when all records and the header are on the disk; from then on the pages may be overwritten.
     void Sync();
     bool IsSynced() const { return synced_; }
@@ -98,6 +114,7 @@ private:
     std::uint64_t written_;             // size of the file
     bool headerWritten_ = false;
     bool synced_ = false;
+    bool sealed_ = false;
     bool sound_ = true;  // no step has failed
 };
 
@@ -105,7 +122,7 @@ private:
 enum class Settled
 {
     NoJournal,
-    Removed,     // it was not valid: nothing had been overwritten
+    Removed,     // it was not valid: nothing had been overwritten; or its unit is complete
     PlayedBack,  // the file is as it was before the unit
     InUse,       // its owner is alive
     NotOurs,     // it belongs to another file and stays where it is

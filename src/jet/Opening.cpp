@@ -135,10 +135,10 @@ void RequirePassword(Pager& pager, TextView password)
     if (!HeaderPage(pager.Read(0).Bytes()).Accepts(password)) throw Error(ErrorNumber::InvalidPassword);
 }
 
-std::unique_ptr<OpenFile> MakeForDatabase(Files& files, TextView path)
+std::unique_ptr<OpenFile> MakeForDatabase(Files& files, TextView path, bool temporary)
 {
     try {
-        return files.Open(path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew});
+        return files.Open(path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew, temporary});
     } catch (const FileError& fault) {
         throw OpeningError(files, fault, true);
     }

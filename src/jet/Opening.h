@@ -17,8 +17,10 @@ void RequireDatabase(OpenFile& file, bool shared, const OpenOptions& options);
 /// Of a database that is open already. @throws Error 3031
 void RequirePassword(Pager& pager, TextView password);
 
-/// Makes a file for a new database. @throws Error 3204 exists, 3044, 3055 bad name, 3051 no rights, 3026
-std::unique_ptr<OpenFile> MakeForDatabase(Files& files, TextView path);
+/// Makes a file for a new database.
+/// @param temporary  its name need not outlive a power cut
+/// @throws Error 3204 exists, 3044, 3055 bad name, 3051 no rights, 3026
+std::unique_ptr<OpenFile> MakeForDatabase(Files& files, TextView path, bool temporary);
 
 /// With ".mdb" when the name has no extension.
 Text WithExtension(TextView path);

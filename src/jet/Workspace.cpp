@@ -36,6 +36,12 @@ PagerOptions OptionsFor(const WorkspaceState& state, bool readOnly, bool exclusi
     return options;
 }
 
+bool IsIn(TextView path, TextView folder)
+{
+    if (folder.ends_with(u'\\')) folder.remove_suffix(1);
+    return EqualIgnoringCase(path.substr(0, path.rfind(u'\\')), folder);
+}
+
 // Gives a file that is open the rights that are missing.
 void Upgrade(const WorkspaceState& state, DatabaseFile& file, bool readOnly, bool exclusive)
 {
@@ -127,7 +133,7 @@ std::shared_ptr<Database> Workspace::Open(TextView path, const OpenOptions& opti
 std::shared_ptr<Database> Workspace::Create(TextView path, const SortLocale& locale, TextView password)
 {
     const Text full = WithExtension(state_->files.FullPath(path));
-    auto opened = MakeForDatabase(state_->files, full);
+    auto opened = MakeForDatabase(state_->files, full, IsIn(full, state_->files.FullPath(state_->temporaryFolder)));
     PagerOptions options = OptionsFor(*state_, false, true);
     options.isPrivate = true;
     std::shared_ptr<DatabaseFile> file;
@@ -188,7 +194,8 @@ void Workspace::Commit()
             for (const auto& file : state_->inTransaction) file->GetPager().CommitUnit();
         } else {
             // Every file is written and synced before the first change counts: a full disk undoes them all.
-            for (const auto& file : state_->inTransaction) file->GetPager().PrepareCommit();
+            const bool alone = state_->inTransaction.size() == 1;
+            for (const auto& file : state_->inTransaction) file->GetPager().PrepareCommit(alone);
             for (const auto& file : state_->inTransaction) file->GetPager().FinishCommit();
         }
     } catch (...) {

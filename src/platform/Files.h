@@ -81,6 +81,7 @@ struct FileOpenRequest
     FileAccess access = FileAccess::Read;
     FileSharing sharing = FileSharing::Shared;
     FileCreation creation = FileCreation::OpenExisting;
+    bool temporary = false;  // of a file that is made: its name need not outlive a power cut
 };
 
 /// Locks that openers of the same file hold for moments, besides their sharing mode. Each is a byte far behind the end
@@ -145,8 +146,8 @@ public:
     bool Exists(TextView path);  // a file, not a folder
 
     /// Deletes a file after taking its exclusive lock, so it fails while somebody has the file open; a read-only file
-    /// is AccessDenied. A power cut soon after may bring the file back: nobody loses anything by that, and a sync for each
-    /// test file and journal would cost more than the rest of a change.
+    /// is AccessDenied. A power cut soon after may bring the file back: nobody loses anything by that, and a sync for
+    /// each test file and journal would cost more than the rest of a change.
     virtual void Delete(TextView path) = 0;
     /// Renames without replacing: Exists when `to` is there.
     virtual void Rename(TextView from, TextView to) = 0;
@@ -154,9 +155,9 @@ public:
     /// complete or not there (written beside, synced, renamed). An existing `to` keeps its permissions and owner where
     /// the user may set them.
     virtual void Copy(TextView from, TextView to) = 0;
-    /// Puts the contents of `from` in place of `to` in one step: copies it beside `to`, syncs file and folder, renames;
-    /// then deletes `from`. `to` is the old file or the new one at every instant, `from` goes last. Fails while
-    /// somebody has `to` open.
+    /// Puts the contents of `from` in place of `to` in one step and syncs it; `from` is gone then. On one volume `from`
+    /// itself takes the name, with owner and permissions of `to`; else it is copied beside `to` first, and goes last.
+    /// `to` is the old file or the new one at every instant. Fails while somebody has `to` open.
     virtual void Replace(TextView from, TextView to) = 0;
 
     /// Makes an empty file with a new name in the folder: the first three characters of the prefix, four hexadecimal

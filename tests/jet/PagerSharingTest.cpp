@@ -13,12 +13,12 @@ using testing::ElementsAre;
 class SharingTest : public PagerFixture
 {
 protected:
-    std::unique_ptr<FilePager> Shared(bool readOnly = false)
+    std::unique_ptr<FilePager> Shared(bool readOnly = false, TextView path = {})
     {
         PagerOptions options = Small();
         options.shared = true;
         options.readOnly = readOnly;
-        return Open(files_, At("a.mdb"), options);
+        return Open(files_, path.empty() ? At("a.mdb") : Text(path), options);
     }
 };
 
@@ -99,19 +99,28 @@ TEST_F(SharingTest, ALazyUnitLocksNothingUntilItChangesSomething)
     EXPECT_EQ(MarksOf(*two), (Marks{11, 22, 3}));
 }
 
-TEST_F(SharingTest, AWriterThatDiedIsUndoneByWhoeverComesNext)
+TEST_F(SharingTest, AWriterThatDiedBehindHisLastPageHasCommitted)
 {
-    Make(At("a.mdb"), {1, 2, 3});
-    const auto alive = Shared();
-    EXPECT_EQ(MarksOf(*alive), (Marks{1, 2, 3}));
-    Die(At("a.mdb"), 99, true);  // with everything written, as after kill -9
-    EXPECT_TRUE(files_.Exists(At("a.mdb-journal")));
-    UnitOfWork unit(*alive);
-    EXPECT_EQ(MarkOf(alive->Read(1)), 1u);
-    Fill(alive->Edit(2), 22);
-    unit.Commit();
-    EXPECT_EQ(MarksOf(*Shared()), (Marks{1, 22, 3}));
-    EXPECT_THAT(folder_.Names(), ElementsAre("a.mdb"));
+    // The page that he wrote last, and then what of it is in the file: his journal's seal tells whole from torn.
+    for (const bool torn : {false, true}) {
+        SCOPED_TRACE(torn);
+        const Text path = torn ? At("torn.mdb") : At("whole.mdb");
+        Make(path, {1, 2, 3});
+        const auto alive = Shared(false, path);
+        EXPECT_EQ(MarksOf(*alive), (Marks{1, 2, 3}));
+        Die(path, 99, true);
+        ASSERT_TRUE(files_.Exists(path + u"-journal"));
+        if (torn) {
+            const std::uint8_t other[] = {7};
+            files_.Open(path, {FileAccess::ReadWrite})->WriteAt(2 * pageSize - 1, other);
+        }
+        UnitOfWork unit(*alive);
+        EXPECT_EQ(MarkOf(alive->Read(1)), torn ? 1u : 99u);
+        Fill(alive->Edit(2), 22);
+        unit.Commit();
+        EXPECT_EQ(MarksOf(*Shared(false, path)), (Marks{torn ? 1u : 99u, 22, 3}));
+        EXPECT_FALSE(files_.Exists(path + u"-journal"));
+    }
 }
 
 TEST_F(SharingTest, AReaderMeetsAWriterThatDiedHalfWay)

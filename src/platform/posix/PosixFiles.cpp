@@ -70,6 +70,16 @@ bool Matches(TextView name, TextView pattern)
     return pattern.find_first_not_of(u'*', p) == TextView::npos;
 }
 
+/// The file itself takes the name of another one of its volume, once its contents are on the disk.
+void TakeName(const HeldFile& source, const HeldFile& replaced, TextView to)
+{
+    if (!IsKnownSynced(source.facts) && ::fsync(source.descriptor.Number()) != 0) throw SystemFailure(errno, to);
+    CopyOwnerAndPermissions(replaced, source.descriptor.Number());
+    const NativePath target = WithoutLinks(replaced.native);
+    if (::rename(source.native.path.c_str(), target.path.c_str()) != 0) throw SystemFailure(errno, to);
+    SyncNativeFolder(target.Folder(), to);
+}
+
 }  // namespace
 
 NativePath PosixFiles::Existing(TextView path) const
@@ -120,7 +130,7 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     RetryFor(patience_, settled);
     if (!shared) return nullptr;
     return std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
-                                           creates ? native.Folder() : std::string());
+                                           creates && !request.temporary ? native.Folder() : std::string());
 }
 
 std::optional<FileFacts> PosixFiles::Facts(TextView path)
@@ -197,7 +207,9 @@ void PosixFiles::Replace(TextView from, TextView to)
         if (!target.folderExists) throw FileError(FileFault::PathNotFound, to);
         if (target.exists) {
             const HeldFile replaced = holder_.HoldForChange(to);
+            if (source.facts.st_dev == replaced.facts.st_dev) return TakeName(source, replaced, to);
             UnfinishedCopy(source, WithoutLinks(replaced.native), &replaced, to).Replace();
+            SyncNativeFolder(WithoutLinks(replaced.native).Folder(), to);
             break;
         }
         if (UnfinishedCopy(source, target, nullptr, to).TakeFreeName()) break;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
 #include <map>
 #include <mutex>
@@ -28,7 +29,47 @@ struct WriteBacks
     }
 };
 
+/// Files that this process wrote and synced before it closed them, as they were then.
+class SyncedFiles
+{
+public:
+    void Note(const struct stat& facts)
+    {
+        const std::lock_guard lock(mutex_);
+        if (states_.size() >= most) states_.clear();
+        states_[IdentityOf(facts)] = StateOf(facts);
+    }
+    bool Holds(const struct stat& facts)
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = states_.find(IdentityOf(facts));
+        return found != states_.end() && found->second == StateOf(facts);
+    }
+
+    static SyncedFiles& OfProcess()
+    {
+        static SyncedFiles instance;
+        return instance;
+    }
+
+private:
+    using State = std::array<std::int64_t, 3>;
+    static State StateOf(const struct stat& facts)
+    {
+        return {facts.st_size, facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec};
+    }
+
+    static constexpr std::size_t most = 64;
+    std::mutex mutex_;
+    std::map<FileIdentity, State> states_;
+};
+
 }  // namespace
+
+bool IsKnownSynced(const struct stat& facts)
+{
+    return SyncedFiles::OfProcess().Holds(facts);
+}
 
 FileIdentity IdentityOf(const struct stat& facts)
 {
@@ -62,6 +103,8 @@ PosixOpenFile::PosixOpenFile(Descriptor descriptor, Text path, FileAccess access
 
 PosixOpenFile::~PosixOpenFile()
 {
+    struct stat facts;
+    if (written_ && !unsynced_ && ::fstat(descriptor_.Number(), &facts) == 0) SyncedFiles::OfProcess().Note(facts);
     auto& writeBacks = WriteBacks::OfProcess();
     const std::lock_guard lock(writeBacks.mutex);
     writeBacks.byFile.erase(this);
@@ -90,6 +133,7 @@ void PosixOpenFile::CheckWritable() const
 void PosixOpenFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes)
 {
     CheckWritable();
+    written_ = unsynced_ = true;
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t count =
@@ -111,6 +155,7 @@ std::uint64_t PosixOpenFile::Size() const
 void PosixOpenFile::Resize(std::uint64_t size)
 {
     CheckWritable();
+    written_ = unsynced_ = true;
     while (::ftruncate(descriptor_.Number(), static_cast<off_t>(size)) != 0)
         if (errno != EINTR) throw SystemFailure(errno, path_);
 }
@@ -122,6 +167,7 @@ void PosixOpenFile::Sync()
         syncFailed_ = true;
         throw SystemFailure(errno, path_);
     }
+    unsynced_ = false;
     if (newIn_.empty()) return;
     SyncNativeFolder(newIn_, path_);
     newIn_.clear();

@@ -14,6 +14,9 @@ FileIdentity IdentityOf(const struct stat& facts);
 /// Puts the entries of a folder on the disk. @throws FileError
 void SyncNativeFolder(const std::string& nativeFolder, TextView path);
 
+/// True when this process wrote the file last, and all of it was on the disk when it was closed.
+bool IsKnownSynced(const struct stat& facts);
+
 /// Calls what the open files of this process with that identity gave to OnCopy.
 void WriteBackBeforeCopy(const FileIdentity& identity);
 
@@ -44,7 +47,7 @@ private:
     FileAccess access_;
     std::string newIn_;
     FileIdentity identity_;
-    bool syncFailed_ = false;
+    bool written_ = false, unsynced_ = false, syncFailed_ = false;
 };
 
 }  // namespace vmlib::posix

@@ -48,6 +48,8 @@ void CopyAttributes(int from, int to)
     }
 }
 
+}  // namespace
+
 /// Owner first, as a change of owner may clear permission bits; a user who may not give the file away keeps at least
 /// the group.
 void CopyOwnerAndPermissions(const HeldFile& from, int to)
@@ -58,8 +60,6 @@ void CopyOwnerAndPermissions(const HeldFile& from, int to)
     CopyAttributes(from.descriptor.Number(), to);
     if (::fchmod(to, from.facts.st_mode & 07777) != 0) errno = 0;
 }
-
-}  // namespace
 
 UnfinishedCopy::UnfinishedCopy(const HeldFile& source, const NativePath& target, const HeldFile* replaced,
                                TextView path)
@@ -113,7 +113,6 @@ void UnfinishedCopy::Replace()
 {
     if (::rename(temporary_.c_str(), target_.path.c_str()) != 0) throw SystemFailure(errno, path_);
     temporary_.clear();
-    SyncNativeFolder(target_.Folder(), path_);
 }
 
 bool UnfinishedCopy::TakeFreeName()

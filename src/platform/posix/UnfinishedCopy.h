@@ -18,7 +18,7 @@ public:
     UnfinishedCopy(const UnfinishedCopy&) = delete;
     UnfinishedCopy& operator=(const UnfinishedCopy&) = delete;
 
-    /// Takes the name in place of what is there, and puts that on the disk.
+    /// Takes the name in place of what is there.
     void Replace();
     /// Takes the name if it is still free.
     bool TakeFreeName();
@@ -32,6 +32,9 @@ private:
     Text path_;
     std::string temporary_;  // empty when it has its name
 };
+
+/// Owner, permissions and attributes of another file for an open one, as far as the user may.
+void CopyOwnerAndPermissions(const HeldFile& from, int to);
 
 /// Renames unless the new name is taken, which is false.
 bool RenameToFreeName(const std::string& from, const std::string& to, TextView path);
