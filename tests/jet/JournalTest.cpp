@@ -24,6 +24,7 @@ struct Change
     std::size_t edited;  // from page 1 on
     std::size_t added;
     bool second = false;  // the pager has committed a unit before, and its journal is used again
+    bool shared = false;  // where all fits in memory the journal is sealed
 };
 
 const Change changes[] = {
@@ -31,6 +32,9 @@ const Change changes[] = {
     {"new pages that the old ones point at", 3, 2, 3},
     {"more than the cache holds", 12, 12, 9},
     {"one page, in a journal used before", 3, 1, 0, true},
+    {"one page, shared", 3, 1, 0, false, true},
+    {"new pages that the old ones point at, shared", 3, 2, 3, true, true},
+    {"more than the cache holds, shared", 12, 12, 9, false, true},
 };
 
 std::ostream& operator<<(std::ostream& out, const Change& change)
@@ -69,7 +73,9 @@ protected:
     /// A pager that is about to apply the change.
     std::unique_ptr<FilePager> Ready(FailingFiles& files) const
     {
-        auto pager = Open(files, At("a.mdb"));
+        PagerOptions options = Small();
+        options.shared = GetParam().shared;
+        auto pager = Open(files, At("a.mdb"), options);
         if (GetParam().second) {
             UnitOfWork unit(*pager);
             for (PageNumber page = 1; page < pager->PageCount(); ++page)
@@ -143,7 +149,13 @@ TEST_P(FaultTest, PlayingBackMayBeCutOffToo)
         files.Arm({.at = n, .kind = FaultKind::PowerCut});
         played = NumberOf([&] { Open(files, At("a.mdb")); }) == 0;
         files.AfterPowerCut(Unsynced::Random, static_cast<unsigned>(n));
-        EXPECT_EQ(Reopened("step " + std::to_string(n)), Before());
+        // Behind a sealed journal the unit was complete, until the second cut lost some of it.
+        const Marks found = Reopened("step " + std::to_string(n));
+        if (GetParam().shared) {
+            EXPECT_THAT(found, AnyOf(Before(), After()));
+        } else {
+            EXPECT_EQ(found, Before());
+        }
     }
 }
 

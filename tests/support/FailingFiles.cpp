@@ -43,6 +43,7 @@ public:
     {
         if (owner_.Pass(Step::Sync, Path())) throw FileError(owner_.fault_.fault, Path(), "failed by the test");
         real_->Sync();
+        if (owner_.pending_[key_].created) owner_.DeletionsAreSynced(Path());
         owner_.pending_.erase(key_);
     }
 
@@ -136,14 +137,44 @@ std::optional<FileFacts> FailingFiles::Facts(TextView path)
 void FailingFiles::Delete(TextView path)
 {
     if (Pass(Step::Delete, path)) throw FileError(fault_.fault, path, "failed by the test");
+    Deleted deleted = Remember(path);
     real_.Delete(path);
     pending_.erase(Key(path));
+    if (!deleted.pending.created) deleted_[Key(path)] = std::move(deleted);
+}
+
+FailingFiles::Deleted FailingFiles::Remember(TextView path)
+{
+    Deleted deleted;
+    deleted.path = Text(path);
+    const auto facts = real_.Facts(path);
+    if (!facts) return deleted;
+    deleted.contents.resize(static_cast<std::size_t>(facts->size));
+    try {
+        real_.Open(path, {})->ReadAt(0, deleted.contents);
+    } catch (const FileError&) {
+        return deleted;  // held by somebody: the deletion will fail too
+    }
+    if (const auto pending = pending_.find(Key(path)); pending != pending_.end()) deleted.pending = pending->second;
+    return deleted;
+}
+
+bool FailingFiles::InFolderOf(const Text& key, TextView path)
+{
+    const Text folder = Key(path).substr(0, Key(path).rfind(u'\\') + 1);
+    return key.rfind(u'\\') + 1 == folder.size() && key.starts_with(folder);
+}
+
+void FailingFiles::DeletionsAreSynced(TextView path)
+{
+    std::erase_if(deleted_, [&](const auto& entry) { return InFolderOf(entry.first, path); });
 }
 
 void FailingFiles::Rename(TextView from, TextView to)
 {
     if (Pass(Step::Rename, from)) throw FileError(fault_.fault, from, "failed by the test");
     real_.Rename(from, to);
+    DeletionsAreSynced(to);
     auto moved = pending_.extract(Key(from));
     if (moved.empty()) return;
     moved.key() = Key(to);
@@ -162,6 +193,7 @@ void FailingFiles::Replace(TextView from, TextView to)
 {
     if (Pass(Step::Replace, to)) throw FileError(fault_.fault, to, "failed by the test");
     real_.Replace(from, to);
+    DeletionsAreSynced(to);
     pending_.erase(Key(to));
     pending_.erase(Key(from));
 }
@@ -182,18 +214,32 @@ void FailingFiles::SyncFolder(TextView path)
 {
     if (Pass(Step::Sync, path)) throw FileError(fault_.fault, path, "failed by the test");
     real_.SyncFolder(path);
-    const Text folder = Key(path).substr(0, Key(path).rfind(u'\\') + 1);
     for (auto& [name, pending] : pending_)
-        if (name.rfind(u'\\') + 1 == folder.size() && name.starts_with(folder)) pending.created = false;
+        if (InFolderOf(name, path)) pending.created = false;
+    DeletionsAreSynced(path);
 }
 
 void FailingFiles::AfterPowerCut(Unsynced unsynced, unsigned seed)
 {
     std::mt19937 random(seed);
     for (const auto& [path, pending] : pending_) PutBack(path, pending, unsynced, random);
+    for (const auto& entry : deleted_) BringBack(entry.second, unsynced, random);
     pending_.clear();
+    deleted_.clear();
     powerIsOff_ = false;
     fault_ = {};
+}
+
+void FailingFiles::BringBack(const Deleted& deleted, Unsynced unsynced, std::mt19937& random)
+{
+    if (unsynced == Unsynced::Kept || (unsynced == Unsynced::Random && random() % 2 == 0)) return;
+    if (real_.Exists(deleted.path)) return;
+    {
+        const auto file =
+            real_.Open(deleted.path, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew});
+        file->WriteAt(0, deleted.contents);
+    }
+    PutBack(deleted.path, deleted.pending, unsynced, random);
 }
 
 void FailingFiles::PutBack(const Text& path, const Pending& pending, Unsynced unsynced, std::mt19937& random)

@@ -50,8 +50,9 @@ struct Fault
 ///         if (!files.Struck()) break;
 ///     }
 ///
-/// Names (create, delete, rename, replace) are on the disk when the step returns, as the Files port promises, except
-/// that a file made by an opener that never synced it may be gone. Not for use by several threads.
+/// Names (rename, copy, replace) are on the disk when the step returns, as the Files port promises, except that a file
+/// made by an opener that never synced it may be gone, and that a deleted file may be back as long as nothing has
+/// synced its folder. Not for use by several threads.
 class FailingFiles : public Files
 {
 public:
@@ -112,10 +113,22 @@ private:
         std::vector<Change> changes;
     };
 
+    /// A deletion that may not be on the disk yet.
+    struct Deleted
+    {
+        Text path;
+        Bytes contents;
+        Pending pending;
+    };
+
     /// Counts a step; true when it shall be cut short, throws when it shall fail.
     bool Pass(Step step, TextView path);
     Text Key(TextView path) { return UpperCase(real_.FullPath(path)); }
+    Deleted Remember(TextView path);
+    bool InFolderOf(const Text& key, TextView path);
+    void DeletionsAreSynced(TextView path);  // in the folder of the path
     void PutBack(const Text& path, const Pending& pending, Unsynced unsynced, std::mt19937& random);
+    void BringBack(const Deleted& deleted, Unsynced unsynced, std::mt19937& random);
 
     Files& real_;
     Fault fault_;
@@ -123,6 +136,7 @@ private:
     bool struck_ = false;
     bool powerIsOff_ = false;
     std::map<Text, Pending> pending_;  // by full path in capitals
+    std::map<Text, Deleted> deleted_;
 };
 
 }  // namespace vmlib::test
