@@ -18,8 +18,8 @@
 //    0     4  row pointer of the next; 0 in the last
 //    4        at most 2,032 bytes of the value
 //
-// A value that is stored takes a page of its own for each full row of its chain; the last row, and values of one row,
-// share pages. Source: docs/file-format.md, "Long values".
+// Each row of a chain begins a page of its own. Values of one row share pages, also with the last row of a chain where
+// it leaves room. Source: docs/file-format.md, "Long values".
 
 namespace vmlib::jet {
 
@@ -141,7 +141,8 @@ Bytes LongValues::Store(const ColumnDefinition& column, std::span<const std::uin
     return field;
 }
 
-/// From its end, so that each row knows its next one.
+/// From its end, so that each row knows its next one. The last row is the first of its page too: a known reader takes
+/// the offset of the row before with its flags, so behind a deleted row it would lose the end of the value.
 RowPointer LongValues::StoreChain(const ColumnDefinition& column, std::span<const std::uint8_t> value)
 {
     RowStore& store = StoreOf(column);
@@ -153,7 +154,7 @@ RowPointer LongValues::StoreChain(const ColumnDefinition& column, std::span<cons
         StoreLittle(row.data(), next.Packed());
         std::memcpy(row.data() + nextSize, value.data() + end, size);
         const auto bytes = std::span(row).first(nextSize + size);
-        next = size == pieceSize ? store.StoreAlone(bytes) : store.Store(bytes);
+        next = store.StoreFirst(bytes);
     }
     return next;
 }

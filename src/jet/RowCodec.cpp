@@ -273,19 +273,26 @@ std::size_t RowCodec::VariableSize(const Column& column, const Value& value) con
 }
 
 /// The length of a row with so many bytes of variable fields. The jumps count themselves.
-std::size_t RowCodec::CheckedSize(std::size_t variableBytes) const
+std::size_t RowCodec::Length(std::size_t variableBytes) const
 {
     const std::size_t presenceSize = PresenceSize(columnsEver_);
-    if (variableColumns_.empty()) {
-        const std::size_t size = fixedEnd_ + presenceSize;
-        if (size > greatestFixedRow) throw Error(ErrorNumber::RecordTooLarge);
-        return size;
-    }
+    if (variableColumns_.empty()) return fixedEnd_ + presenceSize;
     const std::size_t plain = fixedEnd_ + variableBytes + variableColumns_.size() + 1 + 1 + presenceSize;
     std::size_t jumpCount = 0;
     while (jumpCount < (plain + jumpCount - 1) / jumpStep) ++jumpCount;
-    if (plain + jumpCount > greatestRow) throw Error(ErrorNumber::RecordTooLarge);
     return plain + jumpCount;
+}
+
+std::size_t RowCodec::GreatestLength() const
+{
+    return variableColumns_.empty() ? greatestFixedRow : greatestRow;
+}
+
+std::size_t RowCodec::CheckedSize(std::size_t variableBytes) const
+{
+    const std::size_t length = Length(variableBytes);
+    if (length > GreatestLength()) throw Error(ErrorNumber::RecordTooLarge);
+    return length;
 }
 
 std::size_t RowCodec::SizeOf(const Row& row, const std::vector<std::size_t>& longFieldSizes) const

@@ -67,6 +67,8 @@ public:
     void Encode(const Row& row, const std::vector<Bytes>& longFields, Buffer& into) const;
     /// The length that Encode will give, with the lengths of the long value fields alone; throws like it.
     std::size_t SizeOf(const Row& row, const std::vector<std::size_t>& longFieldSizes) const;
+    /// False when the fixed fields alone make every row too long.
+    bool TakesRows() const { return Length(0) <= GreatestLength(); }
 
 private:
     static constexpr std::size_t countSize = 1;
@@ -91,6 +93,8 @@ private:
 
     bool FindVariableFields(RowFields& row) const;
     std::size_t VariableSize(const Column& column, const Value& value) const;
+    std::size_t Length(std::size_t variableBytes) const;
+    std::size_t GreatestLength() const;
     std::size_t CheckedSize(std::size_t variableBytes) const;
     void PutFixed(const Column& column, const Value& value, Buffer& into) const;
     void PutVariable(const Column& column, const Value& value, Buffer& into) const;

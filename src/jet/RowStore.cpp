@@ -116,7 +116,7 @@ RowPointer RowStore::Store(std::span<const std::uint8_t> row)
     return {page.Number(), page.Append(row)};
 }
 
-RowPointer RowStore::StoreAlone(std::span<const std::uint8_t> row)
+RowPointer RowStore::StoreFirst(std::span<const std::uint8_t> row)
 {
     DataPageEdit page = NewPage();
     const RowPointer at{page.Number(), page.Append(row)};

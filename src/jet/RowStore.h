@@ -41,8 +41,8 @@ public:
     DataPageEdit PrepareRoom(std::size_t rowSize);
     /// @param row  at most DataPage::greatestRowSize bytes
     RowPointer Store(std::span<const std::uint8_t> row);
-    /// Onto a page of its own.
-    RowPointer StoreAlone(std::span<const std::uint8_t> row);
+    /// As the first row of a new page.
+    RowPointer StoreFirst(std::span<const std::uint8_t> row);
     void Replace(RowPointer row, std::span<const std::uint8_t> bytes);
     void Erase(RowPointer row);
 

@@ -275,12 +275,29 @@ void Table::AddColumn(ColumnDefinition column)
 {
     State& state = state_->Current();
     TableDefinition changed = state.definition;
+    const bool hadVariableColumns = changed.variableColumnsEver > 0;
     Place(changed, column);
+    UnitOfWork unit(state.pager);
     state.Redesign(std::move(changed), [&](TableDefinition& table) {
         MakeLongValueMaps(state.pager, state.allocator, table, column);
         table.columns.push_back(column);
         SortColumns(table);
     });
+    if (!hadVariableColumns && !column.fixedSize) state.GiveRowsVariableFields();
+    unit.Commit();
+}
+
+/// Rows of before the first variable column end without a count of variable fields. This engine tells them by their
+/// count of columns, but a reader that expects the count wherever the table has variable columns would take them for
+/// damaged; so they are written anew. Rows that would become too long stay: they could not be changed either.
+void Table::State::GiveRowsVariableFields()
+{
+    if (!codec->TakesRows()) return;
+    const std::vector<Bytes> noLongFields(definition.columns.size());
+    for (RowScan scan = NewScan(Wanted({})); scan.Next();) {
+        codec->Encode(scan.Current(), noLongFields, buffer);
+        rows->Replace(scan.Where(), buffer.Row());
+    }
 }
 
 void Table::RemoveColumn(TextView name)

@@ -413,6 +413,16 @@ TEST_F(TableChange, LongValuesStandWhereTheirLengthSays)
     EXPECT_THAT(file_.Faults(), IsEmpty());
 }
 
+/// Not behind a row that may be deleted once: there mdb-reader loses the end of the value.
+TEST_F(TableChange, RowsOfAChainBeginAPage)
+{
+    table_->Insert({std::int32_t{1}, Null(), Letters(100)});
+    table_->Insert({std::int32_t{2}, Null(), Letters(3000)});
+    table_->Insert({std::int32_t{3}, Null(), Letters(100)});
+    PageMap map(file_.pager, *table_->Definition().columns[2].ownedMap);
+    EXPECT_EQ(map.Count(), 3u) << "of the short values, and two of the long one";
+}
+
 TEST(TableRows, AreNoLongerThanTheFormatTakes)
 {
     TestFile file;

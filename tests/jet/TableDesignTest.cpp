@@ -243,6 +243,12 @@ TEST(Columns, ComeAndGoAroundOldRows)
     const auto insert = [&](const Row& row) { table.Insert(row); };
     for (const std::int32_t value : {0, 1, 5, 0x01000000, 0x00030000, -1, 0x00060105}) insert({value});
     table.AddColumn(Column(u"B", ColumnType::Text, 50));
+    const DataPage page(file.pager.Read(PageMap(file.pager, table.Definition().ownedMap).Next(noPage)),
+                        table.Definition().page);
+    for (std::size_t i = 0; i < page.SlotCount(); ++i) {
+        // Count, long, where the text begins and ends, count of variable fields, presence: as readers expect it now.
+        EXPECT_EQ(page.At(i).bytes.size(), 1u + 4 + 2 + 1 + 1) << i;
+    }
     insert({std::int32_t{7}, std::string("b")});
     table.AddColumn(Column(u"C", ColumnType::Boolean));
     table.AddColumn(Column(u"D", ColumnType::Double));
