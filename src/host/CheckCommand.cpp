@@ -25,7 +25,7 @@ int Check(Session& session, const std::string& file)
                            {"rows", report.rows},   {"indexEntries", report.indexEntries},
                            {"pages", report.pages}, {"faults", report.faults},
                            {"notes", report.notes}};
-        session.out << json.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n";
+        session.out << ToLine(json) << "\n";
         return report.Sound() ? exitDone : exitError;
     }
     for (const std::string& note : report.notes) session.err << "note: " << Printable(FromUtf8(note)) << "\n";

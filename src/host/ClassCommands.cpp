@@ -44,12 +44,11 @@ int CallMember(Session& session, const std::string& className, const std::string
         Json after = Json::array();
         for (const Variant& argument : arguments) after.push_back(ToJson(argument, objects, strings));
         answer["arguments"] = std::move(after);
-        session.out << answer.dump() << "\n";
+        session.out << ToLine(answer) << "\n";
         return exitDone;
     } catch (const Error& error) {
-        session.out
-            << Json{{"error", {{"number", error.Number()}, {"description", ToUtf8(error.Description())}}}}.dump()
-            << "\n";
+        const Json failure = {{"error", {{"number", error.Number()}, {"description", ToUtf8(error.Description())}}}};
+        session.out << ToLine(failure) << "\n";
         return exitError;
     }
 }

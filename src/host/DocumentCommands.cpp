@@ -25,6 +25,36 @@ void TakesTypeAndLayout(CLI::App& command, DocumentArguments& arguments)
     command.add_option("--layout", arguments.layout, "layout database")->required();
 }
 
+/// What opening wrote down. The layer passes over what does not fit or cannot be written.
+struct Marks
+{
+    bool user = false;      // the document names its user
+    bool document = false;  // the working file names its document
+};
+
+Marks ReadMarks(Session& session, const Text& document, const Text& workingFile)
+{
+    Marks marks;
+    ResumeNext([&] {
+        const InfoRecord info = ReadInfo(session, document);
+        marks.user = info.inUseBy && !info.inUseBy->empty() && *info.inUseBy == session.UserName();
+    });
+    // A working file of an earlier run, opened again, keeps what it has.
+    marks.document = workingFile == document;
+    ResumeNext([&] { marks.document = marks.document || ReadInfo(session, workingFile).name == document; });
+    return marks;
+}
+
+void WarnOfMarks(Session& session, const std::string& document, const Marks& marks, bool isCopy)
+{
+    if (!marks.user && !isCopy)
+        session.err << "warning: " << document
+                    << " could not be marked as in use; others are not told that somebody works on it\n";
+    if (!marks.document)
+        session.err << "warning: the working file could not be marked with the path of " << document
+                    << "; it can be saved under another name only\n";
+}
+
 int Open(Session& session, const DocumentArguments& arguments)
 {
     const Text document = session.PathText(arguments.document);
@@ -35,33 +65,27 @@ int Open(Session& session, const DocumentArguments& arguments)
     const bool opened = ToInteger(code) == 0;
     const std::int16_t howOpened = ToInteger(status);
 
-    // The layer does not say whether the mark could be written.
-    bool marked = false;
-    if (opened && howOpened != 2)
-        ResumeNext([&] {
-            const InfoRecord info = ReadInfo(session, document);
-            marked = info.inUseBy && !info.inUseBy->empty() && *info.inUseBy == session.UserName();
-        });
+    const bool isCopy = howOpened == 2;  // of a document that another user has
+    const Marks marks = opened ? ReadMarks(session, document, ToText(workingFile)) : Marks{};
     if (session.options.json) {
         Json json = {{"workingFile", opened ? Json(session.Native(ToText(workingFile))) : Json()},
                      {"status", howOpened},
                      {"version", ToInteger(version)},
                      {"layoutVersion", ToInteger(layoutVersion)},
-                     {"marked", marked},
+                     {"marked", marks.user && marks.document && !isCopy},
                      {"code", ToInteger(code)}};
-        session.out << json.dump() << "\n";
+        session.out << ToLine(json) << "\n";
     } else if (opened) {
         session.out << session.Native(ToText(workingFile)) << "\n";
     }
     if (!opened) return session.ReportCode(ToInteger(code));
-    if (!marked && howOpened != 2)
-        session.err << "warning: " << arguments.document << " could not be marked as in use\n";
+    WarnOfMarks(session, arguments.document, marks, isCopy);
     return exitDone;
 }
 
 int PrintOutcome(Session& session, const std::string& document, std::int16_t code)
 {
-    if (session.options.json) session.out << Json{{"document", document}, {"code", code}}.dump() << "\n";
+    if (session.options.json) session.out << ToLine({{"document", document}, {"code", code}}) << "\n";
     return code == 0 ? exitDone : session.ReportCode(code);
 }
 
@@ -88,7 +112,8 @@ void ClearForeignMark(Session& session, const std::string& document, const Text&
 int Release(Session& session, const std::string& document, bool force)
 {
     constexpr std::int16_t notInList = 23;
-    const Text path = session.PathText(document);
+    // No name at all is nothing to release, as the layer has it.
+    const Text path = document.empty() ? Text() : session.PathText(document);
     if (force && session.platform.files.Exists(path)) ClearForeignMark(session, document, path);
     Variant code = std::int16_t{0};
     Call(session.Routines(), u"DBL_BestandVrijgeven", path, code);
@@ -97,41 +122,65 @@ int Release(Session& session, const std::string& document, bool force)
     return PrintOutcome(session, document, result);
 }
 
-void AddInfoRecord(Session& session, const DocumentArguments& arguments, const Text& path)
+/// Writes the record of a new document into the file in which it is made.
+void AddInfoRecord(Session& session, const DocumentArguments& arguments, const Text& file, const Text& document)
 {
     const Variant version =
         Call(session.Routines(), u"DBL_GetVersieNummer", FromUtf8(arguments.type), session.PathText(arguments.layout));
     InfoRecord record;
     record.version = ToLong(version);
     record.type = FromUtf8(arguments.type);
-    record.name = path;
+    record.name = document;
     record.inUseBy = u"";
-    WriteInfo(session, path, record);
+    WriteInfo(session, file, record);
+}
+
+/// A free name beside a document for what is not finished yet. It has an extension: the engine would add one.
+Text UnfinishedName(Files& files, const Text& path)
+{
+    for (int n = 0;; ++n) {
+        Text name = path + Text(unfinishedCopyMark) + Decimal(n) + u".tmp";
+        if (!files.Facts(name)) return name;
+    }
+}
+
+/// Made beside the document's name and given it when complete: until then what stood there stands, and what is killed
+/// or fails leaves no half document.
+std::int16_t MakeDocument(Session& session, const DocumentArguments& arguments, const Text& path, bool withInfo)
+{
+    Files& files = session.platform.files;
+    const ObjectRef routines = session.Routines();
+    // Where the document may not be written the layer has the code for the reason.
+    const bool mayWrite = ToInteger(Call(routines, u"DBL_GetRechten", path)) == 1;
+    const Text made = mayWrite ? UnfinishedName(files, path) : path;
+    try {
+        Variant code = std::int16_t{0};
+        Call(routines, u"DBL_MaakNieuweDatabase", made, FromUtf8(arguments.type), session.PathText(arguments.layout),
+             code);
+        if (ToInteger(code) != 0 || !mayWrite) return ToInteger(code);
+        if (withInfo) AddInfoRecord(session, arguments, made, path);
+        if (files.Exists(path))
+            files.Replace(made, path);
+        else
+            files.Rename(made, path);
+        return 0;
+    } catch (const Error&) {
+        if (mayWrite) ResumeNext([&] { files.Delete(made); });
+        throw;
+    }
 }
 
 int Create(Session& session, const DocumentArguments& arguments, bool withInfo)
 {
-    const Text path = session.PathText(arguments.document);
-    const bool existed = session.platform.files.Exists(path);
-    try {
-        Variant code = std::int16_t{0};
-        Call(session.Routines(), u"DBL_MaakNieuweDatabase", path, FromUtf8(arguments.type),
-             session.PathText(arguments.layout), code);
-        if (ToInteger(code) == 0 && withInfo) AddInfoRecord(session, arguments, path);
-        return PrintOutcome(session, arguments.document, ToInteger(code));
-    } catch (const Error&) {
-        // Half a document helps nobody; what was there before is gone either way, so only a file that this call made is
-        // removed.
-        if (!existed) ResumeNext([&] { session.platform.files.Delete(path); });
-        throw;
-    }
+    const Text path = session.platform.files.FullPath(session.PathText(arguments.document));
+    return PrintOutcome(session, arguments.document, MakeDocument(session, arguments, path, withInfo));
 }
 
 int PrintErrorText(Session& session, std::int16_t code)
 {
     const std::string text = session.CodeText(code);
     if (session.options.json)
-        session.out << Json{{"code", code}, {"text", text}}.dump() << "\n";
+        session.out << ToLine({{"code", code}, {"text", text}}) << "\n";
     else
         session.out << text << "\n";
     return exitDone;

@@ -82,7 +82,7 @@ void PrintJson(Session& session, const jet::Database::Facts& file, const Structu
                        {"tables", ListOf(structure.tables)},
                        {"relations", ListOf(structure.relations)},
                        {"queries", std::move(queries)}};
-    session.out << json.dump() << "\n";
+    session.out << ToLine(json) << "\n";
 }
 
 const char* TypeName(std::int16_t type)

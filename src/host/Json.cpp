@@ -1,5 +1,6 @@
 #include "host/Json.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -10,6 +11,24 @@
 namespace vmlib::host {
 
 namespace {
+
+constexpr std::size_t deepestNesting = 200;
+
+/// How deep the brackets of a JSON text nest.
+std::size_t Nesting(std::string_view text)
+{
+    std::size_t depth = 0, deepest = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '"') inString = !inString;
+        if (inString && c == '\\') ++i;
+        if (inString) continue;
+        if (c == '{' || c == '[') deepest = std::max(deepest, ++depth);
+        if ((c == '}' || c == ']') && depth > 0) --depth;
+    }
+    return deepest;
+}
 
 struct TypeName
 {
@@ -92,14 +111,20 @@ const std::string& TextOf(const Json& json)
     return json.get_ref<const std::string&>();
 }
 
+/// No value for a serial outside the calendar, which damaged files and arithmetic have.
+std::optional<std::string> DateText(Date date)
+{
+    try {
+        return IsoDate(date);
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
 Json DateToJson(Date date)
 {
     Json json = Typed("Date", RealToJson(date.serial));
-    try {
-        json["text"] = IsoDate(date);
-    } catch (const Error&) {
-        // A serial outside the calendar has no text.
-    }
+    if (const auto text = DateText(date)) json["text"] = *text;
     return json;
 }
 
@@ -126,6 +151,7 @@ std::vector<Array::Dimension> DimensionsFromJson(const Json& json, std::size_t i
     std::vector<Array::Dimension> dimensions;
     std::uint64_t count = 1;
     for (const Json& bounds : json["dimensions"]) {
+        if (!bounds.is_object()) Mismatch("a dimension has lower and count");
         const auto size = IntegerFromJson<std::int32_t>(bounds.value("count", Json()));
         if (size < 0 || (count *= static_cast<std::uint64_t>(size)) > itemCount)
             Mismatch("dimensions do not fit the items");
@@ -213,6 +239,19 @@ Json BytesToJson(const Array& array)
 
 }  // namespace
 
+std::string ToLine(const Json& json)
+{
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::optional<Json> ParseLine(std::string_view text)
+{
+    if (Nesting(text) > deepestNesting) return std::nullopt;
+    Json json = Json::parse(text, nullptr, false);
+    if (json.is_discarded()) return std::nullopt;
+    return json;
+}
+
 Json ToJson(const Variant& value, ObjectNames& objects, StringForm strings)
 {
     switch (value.Type()) {
@@ -288,7 +327,8 @@ Json FieldToJson(const Variant& value, bool isGuid)
         case VarType::Decimal:
             return DecimalText(value.As<DecimalNumber>());
         case VarType::Date:
-            return IsoDate(value.As<Date>());
+            if (const auto text = DateText(value.As<Date>())) return *text;
+            return RealToJson(value.As<Date>().serial);
         case VarType::String:
             break;
         default:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "automation/Object.h"
@@ -10,6 +11,13 @@
 namespace vmlib::host {
 
 using Json = nlohmann::ordered_json;
+
+/// One line of JSON. Bytes that are no UTF-8, as names of files may have, come as U+FFFD.
+std::string ToLine(const Json& json);
+
+/// One JSON value; no value for a text that is none, or that nests deeper than a message has reason to: what walks a
+/// value calls itself once a level.
+std::optional<Json> ParseLine(std::string_view text);
 
 /// Names objects in JSON. `call` only counts them, `rpc` keeps them.
 class ObjectNames
@@ -35,7 +43,8 @@ Json ToJson(const Variant& value, ObjectNames& objects, StringForm strings = Str
 /// anything else
 Variant FromJson(const Json& json, ObjectNames& objects);
 
-/// A field of a row: numbers as numbers, Currency as text, dates as ISO text, binary as hexadecimal text, GUID as
+/// A field of a row: numbers as numbers, Currency as text, dates as ISO text (the serial where the
+/// calendar has none), binary as hexadecimal text, GUID as
 /// "{...}", Null as null.
 Json FieldToJson(const Variant& value, bool isGuid);
 

@@ -15,6 +15,23 @@ Json ErrorAnswer(const Json& id, int code, const std::string& message)
     return {{"jsonrpc", "2.0"}, {"id", id}, {"error", {{"code", code}, {"message", message}}}};
 }
 
+/// The id that an answer to this message carries.
+Json IdOf(const Json& message)
+{
+    const Json id = message.value("id", Json());
+    return id.is_string() || id.is_number() ? id : Json();
+}
+
+/// What is wrong with a request; null when nothing is. The version may be left out.
+const char* FaultOf(const Json& message)
+{
+    if (!message.contains("method")) return "neither request nor answer";
+    if (!message["method"].is_string()) return "the method is text";
+    if (message.value("jsonrpc", Json("2.0")) != "2.0") return "the version of the protocol is 2.0";
+    const Json id = message.value("id", Json());
+    return id.is_string() || id.is_number() || id.is_null() ? nullptr : "an id is text or a number";
+}
+
 /// Number and text of an error answer; anything missing becomes error 440, the automation error without a number of its
 /// own.
 Error ErrorOf(const Json& error)
@@ -23,8 +40,10 @@ Error ErrorOf(const Json& error)
     std::int32_t number = automationError;
     Text message = u"Automation error";
     if (error.is_object()) {
-        if (const auto code = error.find("code"); code != error.end() && code->is_number_integer())
-            number = code->get<std::int32_t>();
+        if (const auto code = error.find("code"); code != error.end() && code->is_number_integer()) {
+            const auto given = code->get<std::int64_t>();  // 0 would say that nothing is wrong
+            if (given != 0 && given == static_cast<std::int32_t>(given)) number = static_cast<std::int32_t>(given);
+        }
         if (const auto text = error.find("message"); text != error.end() && text->is_string())
             message = FromUtf8(text->get<std::string>());
     }
@@ -35,21 +54,19 @@ Error ErrorOf(const Json& error)
 
 void JsonRpc::Send(const Json& message)
 {
-    out_ << message.dump(-1, ' ', false, Json::error_handler_t::replace) << "\n" << std::flush;
+    out_ << ToLine(message) << "\n" << std::flush;
 }
 
-/// The next message; what is no JSON is answered at once. No value at the end of the input.
-std::optional<Json> JsonRpc::ReadMessage()
+/// The next message or batch; what is neither is answered at once. No value at the end of the input.
+std::optional<Json> JsonRpc::ReadLine()
 {
     std::string line;
     while (connected_ && std::getline(in_, line)) {
         if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
-        Json message = Json::parse(line, nullptr, false);
-        if (message.is_object()) return message;
-        if (message.is_discarded())
-            Send(ErrorAnswer(nullptr, parseError, "no JSON"));
-        else
-            Send(ErrorAnswer(nullptr, invalidRequest, "a message is an object"));
+        auto message = ParseLine(line);
+        if (message && (message->is_object() || (message->is_array() && !message->empty()))) return message;
+        Send(message ? ErrorAnswer(nullptr, invalidRequest, "a message is an object")
+                     : ErrorAnswer(nullptr, parseError, "no JSON, or nested too deeply"));
     }
     connected_ = false;
     return std::nullopt;
@@ -57,26 +74,40 @@ std::optional<Json> JsonRpc::ReadMessage()
 
 void JsonRpc::Serve()
 {
-    while (const auto message = ReadMessage()) Dispatch(*message);
+    while (const auto line = ReadLine()) Dispatch(*line);
 }
 
-void JsonRpc::Dispatch(const Json& message)
+void JsonRpc::Dispatch(const Json& line)
 {
-    if (message.contains("method"))
-        Answer(message);
-    else if (message.contains("id") && (message.contains("result") || message.contains("error")))
-        answers_[message["id"].dump()] = message;
-    else
-        Send(ErrorAnswer(message.value("id", Json()), invalidRequest, "neither request nor answer"));
+    if (line.is_object()) {
+        if (const auto answer = Take(line)) Send(*answer);
+        return;
+    }
+    Json answers = Json::array();
+    for (const Json& message : line)
+        if (auto answer = Take(message)) answers.push_back(std::move(*answer));
+    if (!answers.empty()) Send(answers);
 }
 
-void JsonRpc::Answer(const Json& request)
+/// Serves a request or keeps an answer; returns what is to be sent back.
+std::optional<Json> JsonRpc::Take(const Json& message)
 {
-    const bool wantsAnswer = request.contains("id");
-    const Json id = request.value("id", Json());
+    if (!message.is_object()) return ErrorAnswer(nullptr, invalidRequest, "a message is an object");
+    if (!message.contains("method") && message.contains("id") &&
+        (message.contains("result") || message.contains("error"))) {
+        const auto waiting = answers_.find(message["id"].dump());
+        if (waiting != answers_.end()) waiting->second = message;
+        return std::nullopt;
+    }
+    if (const char* fault = FaultOf(message)) return ErrorAnswer(IdOf(message), invalidRequest, fault);
+    return Answer(message);
+}
+
+std::optional<Json> JsonRpc::Answer(const Json& request)
+{
+    const Json id = IdOf(request);
     Json answer;
     try {
-        if (!request["method"].is_string()) throw ProtocolError{invalidRequest, "the method is text"};
         answer = {{"jsonrpc", "2.0"},
                   {"id", id},
                   {"result", handler_(request["method"].get<std::string>(), request.value("params", Json::object()))}};
@@ -87,20 +118,21 @@ void JsonRpc::Answer(const Json& request)
     } catch (const Json::exception& error) {
         answer = ErrorAnswer(id, invalidRequest, error.what());
     }
-    if (wantsAnswer) Send(answer);
+    if (!request.contains("id")) return std::nullopt;
+    return answer;
 }
 
 Json JsonRpc::Request(const std::string& method, Json params)
 {
     const Json id = "vmlib-" + std::to_string(++lastId_);
+    const auto waiting = answers_.emplace(id.dump(), std::nullopt).first;
     Send({{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", std::move(params)}});
-    const std::string key = id.dump();
-    while (!answers_.contains(key)) {
-        const auto message = ReadMessage();
-        if (!message) throw Disconnected{};
-        Dispatch(*message);
+    while (!waiting->second) {
+        const auto line = ReadLine();
+        if (!line) throw Disconnected{};
+        Dispatch(*line);
     }
-    const Json answer = std::move(answers_.extract(key).mapped());
+    const Json answer = std::move(*answers_.extract(waiting).mapped());
     if (answer.contains("error")) throw ErrorOf(answer["error"]);
     return answer["result"];
 }

@@ -19,8 +19,8 @@ struct ProtocolError
     std::string message;
 };
 
-/// JSON-RPC 2.0 in both directions, one message a line. While a request of this side waits for its answer, requests of
-/// the other side are served; calls nest as deep as they need to.
+/// JSON-RPC 2.0 in both directions, one message or batch of messages a line. While a request of this side waits for its
+/// answer, requests of the other side are served; calls nest as deep as they need to.
 class JsonRpc
 {
 public:
@@ -39,9 +39,10 @@ public:
     bool IsConnected() const { return connected_; }
 
 private:
-    std::optional<Json> ReadMessage();
-    void Dispatch(const Json& message);
-    void Answer(const Json& request);
+    std::optional<Json> ReadLine();
+    void Dispatch(const Json& line);
+    std::optional<Json> Take(const Json& message);
+    std::optional<Json> Answer(const Json& request);
     void Send(const Json& message);
 
     std::istream& in_;
@@ -49,7 +50,7 @@ private:
     Handler handler_;
     bool connected_ = true;
     long long lastId_ = 0;
-    std::map<std::string, Json> answers_;  // by id, until the request that waits for it takes it
+    std::map<std::string, std::optional<Json>> answers_;  // by the id of each request of this side that still waits
 };
 
 }  // namespace vmlib::host

@@ -1,5 +1,7 @@
 #include "host/Leftovers.h"
 
+#include <algorithm>
+
 #include "automation/ResumeNext.h"
 #include "host/Info.h"
 
@@ -18,48 +20,99 @@ Text NameOf(TextView path)
     return Text(path.substr(path.rfind(u'\\') + 1));
 }
 
-/// Names beside the document that begin with its name and a mark.
-void FindBeside(Session& session, TextView document, std::vector<Leftover>& found)
+constexpr struct
 {
-    const Text folder = FolderOf(document);
-    const Text name = NameOf(document);
-    const struct
-    {
-        TextView mark;
-        const char* kind;
-    } kinds[] = {{journalMark, "journal"}, {unfinishedCopyMark, "temporary"}, {backupMark, "backup"}};
-    for (const Text& candidate : session.platform.files.List(folder, u"*")) {
+    TextView mark;
+    const char* kind;
+} marksBeside[] = {{journalMark, "journal"}, {unfinishedCopyMark, "temporary"}, {backupMark, "backup"}};
+
+/// The names of a folder, as they were before anything in it was opened.
+struct Listing
+{
+    Text folder;
+    std::vector<Text> names;
+};
+
+Listing List(Session& session, const Text& folder)
+{
+    Listing listing{folder, {}};
+    ResumeNext([&] { listing.names = session.platform.files.List(folder, u"*"); });
+    return listing;
+}
+
+/// Files whose names are that of a file and a mark.
+void FindBeside(const Listing& listing, TextView name, std::vector<Leftover>& found)
+{
+    for (const Text& candidate : listing.names) {
         if (!StartsWithIgnoringCase(candidate, name)) continue;
         const TextView rest = TextView(candidate).substr(name.size());
-        for (const auto& [mark, kind] : kinds)
-            if (rest.starts_with(mark)) found.push_back({folder + candidate, kind});
+        for (const auto& [mark, kind] : marksBeside)
+            if (rest.starts_with(mark)) found.push_back({listing.folder + candidate, kind});
     }
 }
 
-/// The document that a working copy says it belongs to; no value for a file that is no document or may not be read.
-std::optional<Text> DocumentOfCopy(Session& session, TextView path)
+bool IsTemporary(TextView name)
 {
-    std::optional<Text> name;
-    ResumeNext([&] {
+    const bool isBeside = std::any_of(std::begin(marksBeside), std::end(marksBeside),
+                                      [&](const auto& entry) { return name.find(entry.mark) != TextView::npos; });
+    return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy));
+}
+
+/// What a file of the temporary folder says of itself.
+struct Copy
+{
+    bool isFree = false;  // a file that nobody holds, and no database with another password
+    Text document;        // what its record names; "" when it has none
+};
+
+Copy ReadCopy(Session& session, const Text& path)
+{
+    Copy copy;
+    try {
         const auto facts = session.platform.files.Facts(path);
-        if (facts && !facts->isFolder && facts->size > 0) name = ReadInfo(session, path).name;
-        if (name) name = session.platform.files.FullPath(Trim(*name));
+        if (!facts || facts->isFolder) return copy;
+        session.platform.files.Open(path, {});
+        copy.isFree = true;
+        if (facts->size > 0) copy.document = Trim(ReadInfo(session, path).name.value_or(Text()));
+    } catch (const Error& error) {
+        if (error.Is(ErrorNumber::FileInUse) || error.Is(ErrorNumber::InvalidPassword)) copy.isFree = false;
+    }
+    return copy;
+}
+
+/// Two names of one file: by text, or by what stands there, as a link has another name.
+bool IsSameFile(Session& session, TextView left, TextView right)
+{
+    bool isSame = false;
+    ResumeNext([&] {
+        Files& files = session.platform.files;
+        isSame = EqualIgnoringCase(files.FullPath(left), files.FullPath(right));
+        const auto leftFacts = files.Facts(left), rightFacts = files.Facts(right);
+        isSame = isSame || (leftFacts && rightFacts && leftFacts->identity == rightFacts->identity);
     });
-    return name;
+    return isSame;
 }
 
 void FindCopies(Session& session, TextView document, std::vector<Leftover>& found)
 {
     const auto folder = session.platform.system.TemporaryFolder();
     if (!folder) return;
-    for (const Text& name : session.platform.files.List(*folder, u"*")) {
-        const bool isConversion = EqualIgnoringCase(name, conversionCopy);
-        if (!isConversion && !name.starts_with(u'~')) continue;
+    const Listing listing = List(session, *folder);
+    for (const Text& name : listing.names) {
         const Text path = *folder + name;
-        if (EqualIgnoringCase(path, document)) continue;
-        const auto owner = DocumentOfCopy(session, path);
-        if (owner && EqualIgnoringCase(*owner, document))
+        if (!IsTemporary(name) || IsSameFile(session, path, document)) continue;
+        const Copy copy = ReadCopy(session, path);
+        const bool isConversion = EqualIgnoringCase(name, conversionCopy);
+        if (!copy.isFree) continue;
+        if (copy.document.empty())
+            found.push_back({path, isConversion ? "conversion copy" : "temporary", true});
+        else if (IsSameFile(session, copy.document, document))
             found.push_back({path, isConversion ? "conversion copy" : "working copy"});
+        else
+            continue;
+        FindBeside(listing, name, found);
+        for (Leftover& beside : found)
+            if (copy.document.empty() && beside.path.starts_with(path)) beside.isHalfMade = true;
     }
 }
 
@@ -69,9 +122,19 @@ std::vector<Leftover> FindLeftovers(Session& session, TextView document)
 {
     const Text path = session.platform.files.FullPath(document);
     std::vector<Leftover> found;
-    ResumeNext([&] { FindBeside(session, path, found); });
-    ResumeNext([&] { FindCopies(session, path, found); });
+    FindBeside(List(session, FolderOf(path)), NameOf(path), found);
+    FindCopies(session, path, found);
     return found;
+}
+
+void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType)
+{
+    const Text prefix = u"~" + Text(fileType.substr(0, 2));
+    std::erase_if(leftovers, [&](const Leftover& leftover) {
+        const Text name = NameOf(leftover.path);
+        const bool isOfType = fileType.size() >= 2 && StartsWithIgnoringCase(name, prefix);
+        return leftover.isHalfMade && !isOfType && !StartsWithIgnoringCase(name, conversionCopy);
+    });
 }
 
 }  // namespace vmlib::host

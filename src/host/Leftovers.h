@@ -10,17 +10,24 @@ namespace vmlib::host {
 struct Leftover
 {
     Text path;
-    const char* kind;  // working copy, conversion copy, journal, temporary, backup
+    const char* kind;         // working copy, conversion copy, journal, temporary, backup
+    bool isHalfMade = false;  // it names no document, so it may be any document's
 };
 
-/// What belongs to a document: working and conversion copies in the temporary folder whose record names it, and beside
-/// it its journal, unfinished copies of a replacement and backups. To be asked before the document is opened, as
-/// opening settles a journal.
+/// What belongs to a document: beside it its journal, unfinished copies and backups; in the temporary folder the
+/// working and conversion copies whose record names it, with what stands beside those, and half made ones. To be asked
+/// before the document is opened, as opening settles a journal.
 ///
-///     Kas.mdb-journal             the engine's journal
-///     Kas.mdb-new-1A2B            an unfinished copy
+///     Kas.mdb-journal                  the engine's journal
+///     Kas.mdb-new-1A2B                 an unfinished copy
 ///     Kas.mdb-backup-20240305-060000   a backup
+///
+/// A file that somebody holds open is somebody's work and no leftover.
 std::vector<Leftover> FindLeftovers(Session& session, TextView document);
+
+/// Takes out the half made ones that cannot be of this file type: temporary files have its first two letters in their
+/// names; a conversion copy has one name for all types.
+void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType);
 
 inline constexpr TextView journalMark = u"-journal";
 inline constexpr TextView backupMark = u"-backup-";

@@ -69,12 +69,27 @@ std::size_t PrintCsv(const ObjectRef& recordset, const std::vector<Column>& colu
     return ForEachRow(recordset, [&] { line(CsvField); });
 }
 
+/// Two columns may have one name, but an object of JSON keeps only one value a key: the second becomes "Naam (2)".
+std::vector<std::string> KeysOf(const std::vector<Column>& columns)
+{
+    std::vector<std::string> keys;
+    for (const Column& column : columns) {
+        std::string key = column.name;
+        for (int n = 2; std::find(keys.begin(), keys.end(), key) != keys.end(); ++n)
+            key = column.name + " (" + std::to_string(n) + ")";
+        keys.push_back(std::move(key));
+    }
+    return keys;
+}
+
 std::size_t PrintJson(const ObjectRef& recordset, const std::vector<Column>& columns, std::ostream& out)
 {
+    const std::vector<std::string> keys = KeysOf(columns);
     return ForEachRow(recordset, [&] {
         Json row = Json::object();
-        for (const Column& column : columns) row[column.name] = FieldToJson(Get(column.field, u"Value"), column.isGuid);
-        out << row.dump() << "\n";
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            row[keys[i]] = FieldToJson(Get(columns[i].field, u"Value"), columns[i].isGuid);
+        out << ToLine(row) << "\n";
     });
 }
 

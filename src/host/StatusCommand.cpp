@@ -29,28 +29,27 @@ std::string NativeOrText(Session& session, const Text& path)
     }
 }
 
-void PrintJson(Session& session, const std::string& document, const InfoRecord& info, Date modified,
-               const std::vector<Leftover>& leftovers)
+void PrintJson(Session& session, const std::string& document, const InfoRecord& info,
+               const std::optional<std::string>& modified, const std::vector<Leftover>& leftovers)
 {
     Json list = Json::array();
     for (const Leftover& leftover : leftovers)
         list.push_back({{"path", session.Native(leftover.path)}, {"kind", leftover.kind}});
-    const Json json = {
-        {"document", document},        {"version", OrNull(info.version)}, {"type", OrNull(info.type)},
-        {"name", OrNull(info.name)},   {"inUseBy", OrNull(info.inUseBy)}, {"modified", IsoDate(modified)},
-        {"leftovers", std::move(list)}};
-    session.out << json.dump() << "\n";
+    const Json json = {{"document", document},        {"version", OrNull(info.version)}, {"type", OrNull(info.type)},
+                       {"name", OrNull(info.name)},   {"inUseBy", OrNull(info.inUseBy)}, {"modified", OrNull(modified)},
+                       {"leftovers", std::move(list)}};
+    session.out << ToLine(json) << "\n";
 }
 
-void PrintText(Session& session, const std::string& document, const InfoRecord& info, Date modified,
-               const std::vector<Leftover>& leftovers)
+void PrintText(Session& session, const std::string& document, const InfoRecord& info,
+               const std::optional<std::string>& modified, const std::vector<Leftover>& leftovers)
 {
     std::ostream& out = session.out;
     out << document << "\n  type      " << (info.type ? Printable(*info.type) : "") << "\n  version   ";
     if (info.version) out << *info.version;
     out << "\n  path      " << (info.name ? Printable(FromUtf8(NativeOrText(session, *info.name))) : "");
     out << "\n  in use by " << (info.inUseBy && !info.inUseBy->empty() ? Printable(*info.inUseBy) : "nobody");
-    out << "\n  modified  " << IsoDate(modified) << "\n";
+    out << "\n  modified  " << modified.value_or("") << "\n";
     for (const Leftover& leftover : leftovers)
         out << "  " << leftover.kind << ": " << session.Native(leftover.path) << "\n";
 }
@@ -58,18 +57,20 @@ void PrintText(Session& session, const std::string& document, const InfoRecord& 
 void PrintStatus(Session& session, const std::string& document)
 {
     const Text path = session.PathText(document);
-    const auto leftovers = FindLeftovers(session, path);
+    auto leftovers = FindLeftovers(session, path);
     const auto print = session.options.json ? PrintJson : PrintText;
     const auto facts = session.platform.files.Facts(path);
-    const Date modified = facts ? facts->modified : Date{};
+    const auto modified = facts ? std::optional(IsoDate(facts->modified)) : std::nullopt;
     InfoRecord info;
     try {
         info = ReadInfo(session, path);
     } catch (const Error&) {
         // A document that cannot be read is when one most wants to know what else there is.
+        KeepOfType(leftovers, u"");
         if (!leftovers.empty()) print(session, document, info, modified, leftovers);
         throw;
     }
+    KeepOfType(leftovers, info.type.value_or(Text()));
     print(session, document, info, modified, leftovers);
 }
 

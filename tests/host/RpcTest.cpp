@@ -144,13 +144,49 @@ TEST_F(RpcTest, ErrorsCarryNumberAndText)
               R"({"jsonrpc":"2.0","id":4,"method":"create","params":{"class":"No.Such"}})",
               R"({"jsonrpc":"2.0","id":5,"method":"dance"})",
               R"({"jsonrpc":"2.0","id":6,"method":"call","params":{"member":"Fail"}})",
-              R"({"jsonrpc":"2.0","id":7,"method":"call","params":[]})", "not json", "[1,2]",
+              R"({"jsonrpc":"2.0","id":7,"method":"call","params":[]})", "not json", "42",
               R"({"jsonrpc":"2.0","id":8,"method":"get","params":{"object":1,"member":"Greeting"}})"});
     ASSERT_EQ(said.size(), 10u);
     EXPECT_EQ(said[1]["error"], Json::parse(R"({"code":3021,"message":"No current record."})"));
     const int codes[] = {438, 429, -32601, -32602, -32602, -32700, -32600};
     for (std::size_t i = 0; i < std::size(codes); ++i) EXPECT_EQ(said[i + 2]["error"]["code"], codes[i]) << said[i + 2];
     EXPECT_EQ(said[9]["result"]["result"], "hallo");  // and it goes on
+}
+
+TEST_F(RpcTest, WhatNoRequestMayBeIsRefusedWithItsId)
+{
+    const struct
+    {
+        const char* line;
+        Json id;
+    } rows[] = {
+        {R"({"jsonrpc":"1.0","id":7,"method":"create"})", 7},
+        {R"({"jsonrpc":"2.0","id":"a","method":5})", "a"},
+        {R"({"jsonrpc":"2.0","id":[1],"method":"create"})", Json()},
+        {R"({"jsonrpc":"2.0","id":8})", 8},
+        {"[]", Json()},
+    };
+    for (const auto& row : rows) {
+        const auto said = Talk({row.line});
+        ASSERT_EQ(said.size(), 1u) << row.line;
+        EXPECT_EQ(said[0]["error"]["code"], -32600) << row.line;
+        EXPECT_EQ(said[0]["id"], row.id) << row.line;
+    }
+    const std::string deep(100000, '[');
+    EXPECT_EQ(Talk({deep.c_str()})[0]["error"]["code"], -32700) << "as deep as no message is";
+    EXPECT_THAT(Talk({R"({"jsonrpc":"2.0","id":"vmlib-1","result":null})"}), ::testing::IsEmpty()) << "to no question";
+}
+
+TEST_F(RpcTest, ABatchIsAnsweredByOne)
+{
+    const auto said = Talk({R"([{"jsonrpc":"2.0","id":1,"method":"create","params":{"class":"Probe"}}, 5,)"
+                            R"({"jsonrpc":"2.0","method":"call","params":{"object":1,"member":"Fail"}},)"
+                            R"({"jsonrpc":"2.0","id":2,"method":"get","params":{"object":1,"member":"Greeting"}}])"});
+    ASSERT_EQ(said.size(), 1u);
+    ASSERT_EQ(said[0].size(), 3u) << "none for the notification";
+    EXPECT_EQ(said[0][0]["result"]["id"], 1);
+    EXPECT_EQ(said[0][1]["error"]["code"], -32600);
+    EXPECT_EQ(said[0][2]["result"]["result"], "hallo");
 }
 
 TEST_F(RpcTest, ObjectsHaveIdsOfTheirOwnUntilReleasedOrTheEnd)
