@@ -62,7 +62,8 @@ enum class FileAccess
 ///     Exclusive, write   no       no                    no
 ///     Exclusive, read    no       no                    yes
 ///
-/// A lock that a killed process held is gone with it.
+/// A lock that a killed process held is gone with it. Users on Windows who share the file through a server are in the
+/// way of all but shared reading.
 enum class FileSharing
 {
     Shared,

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <thread>
 
+#include "platform/posix/Descriptor.h"
 #include "platform/posix/PosixFiles.h"
 #include "support/TemporaryFolder.h"
 
@@ -149,6 +150,35 @@ TEST_F(SharingTest, ReadOnlyFilesAreGuardedTheSameWay)
     const auto held = files_.Open(path_, {FileAccess::Read, FileSharing::Exclusive});
     EXPECT_TRUE(CanOpen({FileAccess::Read, FileSharing::Exclusive}));
     EXPECT_FALSE(CanOpen({FileAccess::Read, FileSharing::Shared}));
+}
+
+/// Their server takes locks of the older kind, which belong to the process.
+TEST_F(SharingTest, UsersOnWindowsAreSeenByTheirLocks)
+{
+    const std::string native = files_.ToNative(path_);
+    const std::string lockFile = native.substr(0, native.rfind('.')) + ".LDB";
+    ::close(::open(lockFile.c_str(), O_CREAT | O_WRONLY, 0666));
+    for (const Opening& opening : openings) EXPECT_TRUE(CanOpen(opening.request)) << opening.name << ", nobody there";
+
+    Child server([&](char& answer) {
+        struct flock user = {};
+        user.l_type = F_RDLCK;
+        user.l_start = 0x10000001;
+        user.l_len = 1;
+        const int descriptor = ::open(lockFile.c_str(), O_RDWR);
+        answer = ::fcntl(descriptor, F_SETLK, &user) == 0 ? 'y' : 'n';
+        return posix::Descriptor(descriptor);
+    });
+    ASSERT_EQ(server.Answer(), 'y');
+    for (const Opening& opening : openings)
+        EXPECT_EQ(CanOpen(opening.request), &opening == &openings[0]) << opening.name;
+    const Text copy = folder_.Path(u"copy");
+    files_.Copy(path_, copy);
+    EXPECT_THAT([&] { files_.Replace(copy, path_); }, testing::Throws<FileError>());
+    EXPECT_THAT([&] { files_.Delete(path_); }, testing::Throws<FileError>());
+    server.Kill();
+    files_.Replace(copy, path_);
+    files_.Delete(path_);
 }
 
 TEST_F(SharingTest, ClosingAnotherDescriptorTakesNoLockAway)

@@ -108,6 +108,12 @@ void ShareFromNow(int descriptor)
     SetLock(descriptor, F_UNLCK, {base + 1, 2});
 }
 
+bool HasLocks(int descriptor)
+{
+    constexpr ByteRange all{0, 0};  // no count: to the end and beyond
+    return HeldByAnother(descriptor, all);
+}
+
 bool TryLock(int descriptor, FileLock lock, bool exclusive)
 {
     const ByteRange byte = ByteOf(lock);

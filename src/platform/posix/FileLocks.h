@@ -35,6 +35,9 @@ bool TryShare(int descriptor, Holder holder);
 /// Gives up an exclusive hold for a shared one, without a moment in which others get in between.
 void ShareFromNow(int descriptor);
 
+/// True when anybody else holds any lock on any byte of the file.
+bool HasLocks(int descriptor);
+
 bool TryLock(int descriptor, FileLock lock, bool exclusive);
 void Unlock(int descriptor, FileLock lock);
 

@@ -6,6 +6,7 @@
 
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/SystemFailure.h"
+#include "platform/posix/WindowsUsers.h"
 
 namespace vmlib::posix {
 
@@ -31,7 +32,8 @@ HeldFile FileHolder::Hold(TextView path, Holder holder) const
         held.descriptor = Descriptor(::open(held.native.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
         if (!held.descriptor || ::fstat(held.descriptor.Number(), &held.facts) != 0) throw SystemFailure(errno, path);
         if (!S_ISREG(held.facts.st_mode)) throw FileError(FileFault::AccessDenied, path, "not a file");
-        return TryShare(held.descriptor.Number(), holder) && StillNamed(held.native.path, held.facts);
+        return TryShare(held.descriptor.Number(), holder) && StillNamed(held.native.path, held.facts) &&
+               (holder == Holder::Copier || !HasWindowsUsers(drives_, path));
     });
     if (!got) throw FileError(FileFault::SharingViolation, path);
     return held;

@@ -14,6 +14,7 @@
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/SystemFailure.h"
 #include "platform/posix/UnfinishedCopy.h"
+#include "platform/posix/WindowsUsers.h"
 
 namespace vmlib::posix {
 
@@ -129,6 +130,8 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     };
     RetryFor(patience_, settled);
     if (!shared) return nullptr;
+    const bool readsOnly = request.access == FileAccess::Read && request.sharing == FileSharing::Shared;
+    if (!creates && !readsOnly && HasWindowsUsers(drives_, path)) return nullptr;
     return std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
                                            creates && !request.temporary ? native.Folder() : std::string());
 }
