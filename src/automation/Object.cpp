@@ -8,8 +8,8 @@ namespace {
 Variant InvokeOn(const ObjectRef& object, TextView member, InvokeKind kind, std::span<Variant> arguments)
 {
     if (!object) throw Error(ErrorNumber::ObjectNotSet);
-    const ObjectRef alive =
-        object;  // the call may drop the caller's last reference. NOLINT(performance-unnecessary-copy-initialization)
+    // The call may drop the caller's last reference. NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+    const ObjectRef alive = object;
     return alive->Invoke(member, kind, arguments);
 }
 
