@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cassert>
+#include <utility>
 
 #include "core/ByteOrder.h"
 #include "jet/FilePager.h"
@@ -180,7 +181,7 @@ void FilePager::StartJournal()
     const JournalHeader about = JournalHeader::Of(file_);
     if (idleJournal_ != nullptr && idleJournal_->CanRestart()) {
         idleJournal_->Restart(about);
-        journal_ = std::move(idleJournal_);
+        journal_ = std::exchange(idleJournal_, nullptr);
     } else {
         idleJournal_.reset();
         const Text& path = file_.Port().Path();

@@ -58,7 +58,7 @@ std::optional<std::int16_t> AnswerOf(TextView line, std::int32_t style)
     for (std::size_t i = 0; i < buttons.size(); ++i) {
         const bool isKey = typed.size() == 1 && UpperCase(typed[0]) == UpperCase(AccessKey(buttons[i].caption));
         const bool isCaption = EqualIgnoringCase(typed, Replaced(buttons[i].caption, u"&", u""));
-        if (isKey || isCaption || typed == Decimal(static_cast<long long>(i + 1))) return buttons[i].answer;
+        if (isKey || isCaption || typed == Decimal(static_cast<long long>(i) + 1)) return buttons[i].answer;
     }
     return std::nullopt;
 }
