@@ -3,6 +3,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace vmlib {
@@ -26,6 +27,9 @@ struct Date
     double serial = 0;
     auto operator<=>(const Date&) const = default;
 };
+
+/// Gives the local time, whole seconds.
+using Clock = std::function<Date()>;
 
 /// Sixteen bytes as a Windows GUID stands in memory (the first three groups little endian).
 struct Guid

@@ -41,7 +41,7 @@ ObjectEntry EntryOf(const Row& row)
 
 }  // namespace
 
-Catalogue::Catalogue(Pager& pager, PageAllocator& allocator, std::function<Date()> now)
+Catalogue::Catalogue(Pager& pager, PageAllocator& allocator, Clock now)
     : pager_(pager), allocator_(allocator), now_(std::move(now))
 {
 }
@@ -51,8 +51,7 @@ Table& Catalogue::TableAt(std::unique_ptr<Table>& table, PageNumber page)
     if (table == nullptr) {
         TableDefinition definition = Table::ReadDefinition(pager_, page);
         definition.name = page == objectsTablePage ? system::objects : system::aces;
-        const std::size_t expected = page == objectsTablePage ? std::size_t{object::count} : std::size_t{ace::count};
-        if (definition.columns.size() < expected) throw Damaged(page, "a system table lacks columns");
+        system::RequireColumns(definition);
         table = std::make_unique<Table>(pager_, allocator_, std::move(definition));
     }
     return *table;

@@ -17,7 +17,7 @@ namespace vmlib::jet {
 class Catalogue
 {
 public:
-    Catalogue(Pager& pager, PageAllocator& allocator, std::function<Date()> now);
+    Catalogue(Pager& pager, PageAllocator& allocator, Clock now);
 
     /// By name. Decoded once and again when the file changed.
     const std::vector<ObjectEntry>& Objects();
@@ -55,7 +55,7 @@ private:
 
     Pager& pager_;
     PageAllocator& allocator_;
-    std::function<Date()> now_;
+    Clock now_;
     std::unique_ptr<Table> objectsTable_, acesTable_;
     std::vector<ObjectEntry> objects_;
     std::unordered_map<std::int32_t, RowPointer> places_;

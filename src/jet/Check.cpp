@@ -2,8 +2,21 @@
 
 #include "jet/CheckCatalogue.h"
 #include "jet/CheckFindings.h"
+#include "jet/HeaderPage.h"
 
 namespace vmlib::jet {
+
+namespace {
+
+void CheckHeader(Pager& pager, CheckFindings& findings)
+{
+    const HeaderPage header(pager.Read(0).Bytes());
+    if (!header.NamesFreeMaps()) findings.Fault("header: the maps of free pages are not named 1/0 and 1/1");
+    if (!header.NamesSystemTables())
+        findings.Fault("header: the definitions of the system tables are not named 2 to 5");
+}
+
+}  // namespace
 
 CheckReport Check(Pager& pager)
 {
@@ -12,6 +25,7 @@ CheckReport Check(Pager& pager)
     report.pages = pager.PageCount();
     findings.Guard("file", [&] {
         const ReadScope scope(pager);
+        CheckHeader(pager, findings);
         PageLedger ledger(pager, findings);
         CatalogueCheck(pager, findings, ledger).Run();
         ledger.ClaimFreePages();  // behind the tables: what is in use and free as well is to be checked too

@@ -4,14 +4,10 @@
 
 #include "core/ByteOrder.h"
 #include "jet/Properties.h"
+#include "jet/SystemTables.h"
 
 namespace vmlib::jet {
 namespace {
-
-constexpr std::int32_t rootId = 0x0F000000;
-constexpr std::int32_t typeTable = 1;
-constexpr std::int32_t typeQuery = 5;
-constexpr std::int32_t typeRelation = 8;
 
 std::optional<std::int64_t> NumberOf(const Value& value)
 {
@@ -54,6 +50,7 @@ void CatalogueCheck::Run()
         if (page != objectsTablePage) table->CheckRows(StartsWithIgnoringCase(FromUtf8(table->Name()), u"MSys"));
     }
     findings_.Report().tables = tables_.size();
+    CheckSystemTables();
     CheckObjects();
     CheckRights();
     CheckQueries();
@@ -90,7 +87,7 @@ void CatalogueCheck::ReadTables()
 {
     for (const auto& [id, object] : objects_) {
         const auto page = static_cast<PageNumber>(id);
-        if (object.type != typeTable || page == objectsTablePage) continue;
+        if (object.type != system::tableType || page == objectsTablePage) continue;
         auto table = std::make_unique<TableCheck>(pager_, findings_, ledger_, Printed(object.name), page);
         if (table->ReadDefinition()) tables_.emplace(page, std::move(table));
     }
@@ -99,18 +96,35 @@ void CatalogueCheck::ReadTables()
 TableCheck* CatalogueCheck::TableNamed(TextView name)
 {
     for (const auto& [id, object] : objects_) {
-        if (object.type != typeTable || !EqualIgnoringCase(object.name, name)) continue;
+        if (object.type != system::tableType || !EqualIgnoringCase(object.name, name)) continue;
         const auto found = tables_.find(static_cast<PageNumber>(id));
         return found != tables_.end() ? found->second.get() : nullptr;
     }
     return nullptr;
 }
 
+/// Programs for the format look fields of system tables up by name or by place: what every file has is to be there.
+void CatalogueCheck::CheckSystemTables()
+{
+    for (const TableDefinition& expected : system::Definitions(SortLocale{})) {
+        const TableCheck* table = TableNamed(expected.name);
+        if (table == nullptr) {
+            findings_.Fault(Printed(expected.name) + " is missing");
+            continue;
+        }
+        for (std::size_t at = 0; at < expected.columns.size(); ++at) {
+            if (!system::HasColumn(table->Definition(), at, expected.columns[at]))
+                findings_.Fault(Printed(expected.name) + ": the field " + Printed(expected.columns[at].name) +
+                                " is missing, elsewhere, or of another type");
+        }
+    }
+}
+
 void CatalogueCheck::CheckObjects()
 {
     for (const auto& entry : objects_) {
         const Object& object = entry.second;
-        if (object.parent != rootId && !objects_.contains(object.parent)) {
+        if (object.parent != system::rootContainer && !objects_.contains(object.parent)) {
             findings_.Fault("MSysObjects: " + Printed(object.name) + " has the parent " + Id(object.parent) +
                             ", which is not there");
         }
@@ -122,7 +136,7 @@ void CatalogueCheck::CheckObjects()
 void CatalogueCheck::CheckRights()
 {
     const TableCheck* rights = TableNamed(u"MSysACEs");
-    if (rights == nullptr) return findings_.Fault("MSysACEs is missing");
+    if (rights == nullptr) return;
     std::set<std::int32_t> known;
     for (const Row& row : rights->Rows()) {
         const auto id = static_cast<std::int32_t>(NumberOf(rights->ValueOf(row, u"ObjectId")).value_or(0));
@@ -134,7 +148,8 @@ void CatalogueCheck::CheckRights()
         if (known.contains(id)) continue;
         std::string finding = "MSysACEs: no rights to " + Printed(object.name);
         // Other programs leave them out for objects of their own kinds.
-        const bool ours = object.type == typeTable || object.type == typeQuery || object.type == typeRelation;
+        const bool ours =
+            object.type == system::tableType || object.type == system::queryType || object.type == system::relationType;
         ours ? findings_.Fault(std::move(finding)) : findings_.Note(std::move(finding));
     }
 }
@@ -143,7 +158,7 @@ void CatalogueCheck::CheckRights()
 void CatalogueCheck::CheckQueries()
 {
     const TableCheck* queries = TableNamed(u"MSysQueries");
-    if (queries == nullptr) return findings_.Fault("MSysQueries is missing");
+    if (queries == nullptr) return;
     std::map<std::pair<std::int32_t, std::int64_t>, std::int64_t> last;
     for (const Row& row : queries->Rows()) {
         const auto id = static_cast<std::int32_t>(NumberOf(queries->ValueOf(row, u"ObjectId")).value_or(0));
@@ -151,7 +166,7 @@ void CatalogueCheck::CheckQueries()
         const Bytes stored = BytesOf(queries->ValueOf(row, u"Order"));
         const std::int64_t order = stored.size() == 4 ? LoadBig<std::uint32_t>(stored.data()) : -1;
         const auto object = objects_.find(id);
-        if (object == objects_.end() || object->second.type != typeQuery) {
+        if (object == objects_.end() || object->second.type != system::queryType) {
             findings_.Fault("MSysQueries: rows of " + Id(id) + ", which is no query");
             continue;
         }
@@ -163,7 +178,7 @@ void CatalogueCheck::CheckQueries()
         before->second = order;
     }
     for (const auto& [id, object] : objects_) {
-        if (object.type == typeQuery && !last.contains({id, 0})) {
+        if (object.type == system::queryType && !last.contains({id, 0})) {
             findings_.Fault("MSysQueries: no rows of the query " + Printed(object.name));
         }
     }

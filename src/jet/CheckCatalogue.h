@@ -33,6 +33,7 @@ private:
     bool ReadObjects();
     void ReadTables();
     TableCheck* TableNamed(TextView name);
+    void CheckSystemTables();
     void CheckObjects();
     void CheckRights();
     void CheckQueries();

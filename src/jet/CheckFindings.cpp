@@ -10,7 +10,7 @@ namespace vmlib::jet {
 namespace {
 
 constexpr std::size_t greatestLineCount = 500;
-constexpr std::size_t freeBytesAt = 2;
+constexpr std::size_t freeBytesAt = 2, ownerAt = 4;
 constexpr std::size_t printedKeySize = 40;
 
 }  // namespace
@@ -84,6 +84,10 @@ std::vector<PageNumber> PageLedger::ClaimMap(std::uint32_t rowPointer, const std
 void PageLedger::ClaimFreePages()
 {
     Claim(PageMap::firstPage, "the maps of the whole file");
+    findings_.Guard("the free pages", [&] {
+        if (LoadLittle<PageNumber>(pager_.Read(PageMap::firstPage).Data() + ownerAt) != PageMap::firstPage)
+            findings_.Fault("the page of the free map has another owner than itself");
+    });
     ClaimMap(PageMap::freeMapPointer + 1, "the second map of page 1");
     for (const PageNumber page : ClaimMap(PageMap::freeMapPointer, "the free pages")) {
         if (page < owners_.size()) Claim(page, "the free pages");

@@ -4,11 +4,11 @@
 #include <algorithm>
 
 #include "jet/CheckCatalogue.h"
+#include "jet/SystemTables.h"
 
 namespace vmlib::jet {
 namespace {
 
-constexpr std::int32_t typeRelation = 8;
 constexpr std::uint8_t otherIsForeign = 1;  // the index stands on the primary table
 constexpr std::uint8_t otherIsPrimary = 2;
 constexpr std::size_t greatestOrphanCount = 10;  // faults a relation
@@ -38,13 +38,13 @@ Text TextOf(const TableCheck& table, const Row& row, TextView column)
 void CatalogueCheck::CheckRelations()
 {
     const TableCheck* source = TableNamed(u"MSysRelationships");
-    if (source == nullptr) return findings_.Fault("MSysRelationships is missing");
+    if (source == nullptr) return;
     std::map<Text, std::vector<const Row*>> relations;  // by name in upper case
     for (const Row& row : source->Rows()) relations[UpperCase(TextOf(*source, row, u"szRelationship"))].push_back(&row);
 
     std::set<Text> catalogued;
     for (const auto& [id, object] : objects_) {
-        if (object.type == typeRelation) catalogued.insert(UpperCase(object.name));
+        if (object.type == system::relationType) catalogued.insert(UpperCase(object.name));
     }
     for (auto& [name, rows] : relations) {
         const std::string who = "relation " + Printed(TextOf(*source, *rows.front(), u"szRelationship"));

@@ -46,6 +46,11 @@ void TableCheck::CheckColumns()
             findings_.Fault(name_ + "." + Printed(index.name) + ": a primary index that is not unique");
         }
     }
+    std::set<std::uint32_t> numbers;
+    for (const IndexDefinition& index : definition_.indexes) {
+        if (!numbers.insert(index.number).second)
+            findings_.Fault(name_ + ": " + Printed(index.name) + " and another index have one number");
+    }
     for (std::size_t tree = 0; tree < definition_.trees.size(); ++tree) {
         if (TreeName(tree) == name_ + ".")
             findings_.Fault(name_ + ": index tree " + std::to_string(tree) + " has no name");
@@ -246,7 +251,7 @@ void TableCheck::ReadLongValue(const ColumnDefinition& column, std::span<const s
 Bytes TableCheck::ReadPieces(LongColumn& owned, RowPointer first, bool oneRow, std::size_t length)
 {
     Bytes bytes;
-    for (RowPointer at = first; at.page != noPage;) {
+    for (RowPointer at = first; at != RowPointer{};) {
         if (!owned.pages.contains(at.page))
             throw Damaged(at.page, "a long value stands on a page that its column does not own");
         if (!owned.used.insert(at).second)

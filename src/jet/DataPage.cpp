@@ -16,8 +16,8 @@
 //    2     2  free bytes between the last offset and the lowest row
 //    4     4  definition page of the owning table; 0 on a page of maps (1 on page 1); "LVAL" on a page of long values
 //    8     2  n, the number of slots, at most 255
-//   10    2n  offsets; top bits C000: deleted; 4000: the row holds only a pointer to where it moved; 8000: a row that
-//   moved here
+//   10    2n  offsets; top bits C000: deleted; 4000: the row holds only a pointer to where it moved; 8000: a row
+//             that moved here
 //             free space
 //             row n-1 ... row 0, which ends at byte 2048
 //
@@ -41,15 +41,14 @@ constexpr PageNumber firstMapPage = 1;  // owned by itself
 bool DataPage::Is(const PageRef& page, std::uint32_t owner)
 {
     const std::uint8_t* data = page.Data();
-    if (data[0] != static_cast<std::uint8_t>(PageKind::Data)) return false;
+    if (!IsOfKind(data, PageKind::Data)) return false;
     const auto stored = LoadLittle<std::uint32_t>(data + ownerAt);
     return stored == owner || (owner == mapOwner && page.Number() == firstMapPage && stored == firstMapPage);
 }
 
 DataPage::DataPage(PageRef page, std::uint32_t owner) : page_(std::move(page))
 {
-    if (page_.Data()[0] != static_cast<std::uint8_t>(PageKind::Data))
-        throw Damaged(page_.Number(), "a page of rows is of another kind");
+    if (!IsOfKind(page_.Data(), PageKind::Data)) throw Damaged(page_.Number(), "a page of rows is of another kind");
     if (!Is(page_, owner)) throw Damaged(page_.Number(), "a page of rows belongs to another owner");
     slotCount_ = LoadLittle<std::uint16_t>(page_.Data() + slotCountAt);
     if (slotCount_ > greatestSlotCount) throw Damaged(page_.Number(), "a page of rows counts more than 255 of them");

@@ -28,8 +28,8 @@ struct OpenOptions
 class Workspace
 {
 public:
-    /// @param now  local time, for the dates of objects; the C library's when none is given
-    explicit Workspace(Files& files, Text temporaryFolder, std::function<Date()> now = {});
+    /// @param now  for the dates of objects
+    Workspace(Files& files, Text temporaryFolder, Clock now);
     Workspace(const Workspace&) = delete;
     Workspace& operator=(const Workspace&) = delete;
     /// Rolls a running transaction back. Databases may outlive their workspace.
@@ -119,9 +119,9 @@ public:
 
     // Changes of design: each is a unit of work of its own unless one runs. Error numbers as DAO's Append and Delete
     // give them.
-    void CreateTable(
-        const TableDefinition& table);  // name, columns, their properties; 3010, 3191, 3190, 3259, 3264, 3125
-    void DropTable(TextView name);      // 3011; 3281 when a relation uses it
+    /// With name, columns and their properties: 3010, 3191, 3190, 3259, 3264, 3125.
+    void CreateTable(const TableDefinition& table);
+    void DropTable(TextView name);  // 3011; 3281 when a relation uses it
     void RenameTable(TextView from, TextView to);
     void CreateIndex(TextView table, const NewIndex& index);
     void DropIndex(TextView table, TextView index);                  // 3372; 3281 when a relation uses it

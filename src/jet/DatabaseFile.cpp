@@ -6,8 +6,7 @@
 
 namespace vmlib::jet {
 
-DatabaseFile::DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options,
-                           std::function<Date()> now)
+DatabaseFile::DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options, Clock now)
     : files_(files),
       path_(file->Path()),
       temporaryFolder_(options.temporaryFolder),
@@ -59,6 +58,7 @@ TableDefinition DatabaseFile::Read(const ObjectEntry& entry, const Bytes& proper
     const auto page = static_cast<PageNumber>(entry.id);
     TableDefinition definition = Table::ReadDefinition(pager_, page);
     definition.name = entry.name;
+    if (definition.system) system::RequireColumns(definition);
     const ObjectProperties decoded = ObjectProperties::Decode(properties);
     for (ColumnDefinition& column : definition.columns) {
         if (const PropertyList* list = decoded.FindField(column.name)) column.properties = *list;

@@ -14,7 +14,7 @@ namespace vmlib::jet {
 class DatabaseFile : public std::enable_shared_from_this<DatabaseFile>
 {
 public:
-    DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options, std::function<Date()> now);
+    DatabaseFile(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options, Clock now);
     DatabaseFile(const DatabaseFile&) = delete;
     DatabaseFile& operator=(const DatabaseFile&) = delete;
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "jet/Names.h"
+
 namespace vmlib::jet {
 
 bool ColumnDefinition::Required() const
@@ -32,9 +34,8 @@ std::optional<std::size_t> TableDefinition::ColumnNumbered(std::uint16_t number)
 
 const IndexDefinition* TableDefinition::IndexNamed(TextView wanted) const
 {
-    const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const IndexDefinition& index) {
-        return EqualIgnoringCase(index.name, wanted);
-    });
+    const auto found = std::find_if(indexes.begin(), indexes.end(),
+                                    [&](const IndexDefinition& index) { return SameName(index.name, wanted); });
     return found == indexes.end() ? nullptr : &*found;
 }
 

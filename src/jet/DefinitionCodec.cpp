@@ -25,19 +25,17 @@
 //   35     4  row pointer of the map of its data pages
 //   39     4  row pointer of the map of those with room
 //   43    8r  per real index: entries when it was built or 0; distinct keys
-//        18c  per column: type (1), number (2), variable columns before it (2), ordinal position (2), COUNTRY, LANGID,
-//        code page (2 each),
-//             flags (1), offset among the fixed fields (2; of a variable column anything), size (2)
+//        18c  per column: type (1), number (2), variable columns before it (2), ordinal position (2), COUNTRY,
+//             LANGID, code page (2 each), flags (1), offset among the fixed fields (2; of a variable column
+//             anything), size (2)
 //             per column: length (1) and name
-//        39r  per real index: ten times column number (2; FFFF unused) and 1 ascending or 0 descending (1); row pointer
-//        of the map of its
-//             pages (4); root page (4); flags (1)
+//        39r  per real index: ten times column number (2; FFFF unused) and 1 ascending or 0 descending (1); row
+//             pointer of the map of its pages (4); root page (4); flags (1)
 //        20l  per logical index, by name: number (4), real index (4), side of the relation (1), index of the other
-//        table (4; -1), definition
-//             page of the other table (4), cascade update (1), cascade delete (1), kind (1)
+//             table (4; -1), definition page of the other table (4), cascade update (1), cascade delete (1), kind (1)
 //             per logical index: length (1) and name
-//             per memo and long binary column: number (2), row pointers of the maps of its pages and of those with room
-//             (4 each; 0 none)
+//             per memo and long binary column: number (2), row pointers of the maps of its pages and of those with
+//             room (4 each; 0 none)
 //          2  FFFF
 //
 // A definition that ends exactly at the end of a page has one more, empty page. Source: docs/file-format.md, "Table
@@ -311,7 +309,7 @@ std::vector<PageNumber> DefinitionPages(Pager& pager, PageNumber first)
     std::vector<PageNumber> pages;
     for (PageNumber number = first; number != noPage;) {
         const PageRef page = pager.Read(number);
-        if (page.Data()[0] != static_cast<std::uint8_t>(PageKind::Definition)) {
+        if (!IsOfKind(page.Data(), PageKind::Definition)) {
             throw Damaged(number, "a page of a table definition is of another kind");
         }
         if (pages.size() >= greatestChain || std::find(pages.begin(), pages.end(), number) != pages.end()) {
@@ -341,7 +339,9 @@ TableDefinition DecodeDefinition(const Bytes& joined, PageNumber first)
     table.page = first;
     table.rowCount = from.Take<std::uint32_t>();
     table.lastAutoNumber = from.Take<std::uint32_t>();
-    table.system = from.Take<std::uint8_t>() == 'S';
+    const auto owner = from.Take<std::uint8_t>();
+    if (owner != 'N' && owner != 'S') from.Fail("is of neither a user's nor a system table");
+    table.system = owner == 'S';
     table.columnsEver = from.Take<std::uint16_t>();
     table.variableColumnsEver = from.Take<std::uint16_t>();
     const auto columnCount = from.Take<std::uint16_t>();

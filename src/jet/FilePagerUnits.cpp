@@ -185,9 +185,8 @@ void FilePager::StartJournal()
     } else {
         idleJournal_.reset();
         const Text& path = file_.Port().Path();
-        const Text journalPath = Journal::PathFor(path);
-        if (files_.Exists(journalPath)) MoveJournalAside(files_, path);
-        journal_ = std::make_unique<Journal>(files_, journalPath, about);
+        if (files_.Exists(Journal::PathFor(path))) MoveJournalAside(files_, path);
+        journal_ = std::make_unique<Journal>(files_, path, about);
     }
     std::array<std::uint8_t, pageSize> header;
     file_.Read(0, header);

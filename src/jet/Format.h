@@ -24,7 +24,14 @@ enum class PageKind : std::uint8_t
     FreedData = 0x09,
 };
 
-// Definition pages of the system tables; MSysQueries and MSysRelationships change places in very old files (find them by name).
+/// True for a page that begins as all pages of that kind do. @param page  its first two bytes are looked at
+inline bool IsOfKind(const std::uint8_t* page, PageKind kind)
+{
+    return page[0] == static_cast<std::uint8_t>(kind) && page[1] == 1;
+}
+
+// Definition pages of the system tables; MSysQueries and MSysRelationships change places in very old files (find them
+// by name).
 inline constexpr PageNumber objectsTablePage = 2;
 inline constexpr PageNumber acesTablePage = 3;
 inline constexpr PageNumber queriesTablePage = 4;

@@ -24,6 +24,7 @@ constexpr std::size_t encryptionKeyAt = 0x3E - 0x18;
 constexpr std::size_t passwordAt = 0x42 - 0x18, passwordSize = 20;
 constexpr std::size_t buildAt = 0x56 - 0x18;
 
+constexpr std::uint32_t freeMapPointer = 0x100, emptyMapPointer = 0x101;
 constexpr std::uint16_t buildOfNewFiles = 3428;  // of the engine that the users' files come from
 constexpr std::size_t greatestPasswordLength = 14;
 
@@ -94,6 +95,21 @@ std::uint16_t HeaderPage::Build() const
     return LoadLittle<std::uint16_t>(&plain_[buildAt]);
 }
 
+bool HeaderPage::NamesFreeMaps() const
+{
+    return LoadLittle<std::uint32_t>(&plain_[freeMapAt]) == freeMapPointer &&
+           LoadLittle<std::uint32_t>(&plain_[emptyMapAt]) == emptyMapPointer;
+}
+
+bool HeaderPage::NamesSystemTables() const
+{
+    const auto named = [&](std::size_t i) { return LoadLittle<PageNumber>(&plain_[systemTablesAt + 4 * i]); };
+    const bool exchanged = named(2) == relationshipsTablePage;
+    return named(0) == objectsTablePage && named(1) == acesTablePage &&
+           named(2) == (exchanged ? relationshipsTablePage : queriesTablePage) &&
+           named(3) == (exchanged ? queriesTablePage : relationshipsTablePage);
+}
+
 bool HeaderPage::HasPassword() const
 {
     return plain_[passwordAt] != 0;
@@ -114,8 +130,8 @@ void HeaderPage::Make(std::span<std::uint8_t, pageSize> page, const SortLocale& 
     std::ranges::copy(start, page.begin());
 
     Masked plain{};
-    StoreLittle(&plain[freeMapAt], std::uint32_t{0x100});
-    StoreLittle(&plain[emptyMapAt], std::uint32_t{0x101});
+    StoreLittle(&plain[freeMapAt], freeMapPointer);
+    StoreLittle(&plain[emptyMapAt], emptyMapPointer);
     constexpr std::array tables = {objectsTablePage, acesTablePage, queriesTablePage, relationshipsTablePage};
     for (std::size_t i = 0; i < tables.size(); ++i) StoreLittle(&plain[systemTablesAt + 4 * i], tables[i]);
     StoreLittle(&plain[countryAt], locale.country);

@@ -53,6 +53,10 @@ public:
 
     SortLocale Locale() const;
     std::uint16_t Build() const;
+    /// True when the maps of free pages are where every file has them.
+    bool NamesFreeMaps() const;
+    /// True for pages 2 to 5, the last two in either order.
+    bool NamesSystemTables() const;
     bool HasPassword() const;
     /// True for the right password; any is right where there is none.
     bool Accepts(TextView password) const;

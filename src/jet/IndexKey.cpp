@@ -1,10 +1,13 @@
 // An index key is the keys of its columns, one behind the other.
 //
 //   column    7F, then the value; 00 alone for Null. Descending: every byte inverted (80, FF), but for the 09s of
-//   binary values. integers  big endian, sign bit flipped (Integer, Long, Currency); Byte as it is reals     big
-//   endian; negative: all bits inverted, else the sign bit flipped boolean   00 true, FF false text      primary
-//   weights, then accents (TextKeys.h) binary    groups of 8 bytes, the last filled with 00; behind each 09, behind the
-//   last the number of its bytes GUID      as binary, in the order in which it is printed
+//             binary values
+//   integers  big endian, sign bit flipped (Integer, Long, Currency); Byte as it is
+//   reals     big endian; negative: all bits inverted, else the sign bit flipped
+//   boolean   00 true, FF false
+//   text      primary weights, then accents (TextKeys.h)
+//   binary    groups of 8 bytes, the last filled with 00; behind each 09, behind the last the number of its bytes
+//   GUID      as binary, in the order in which it is printed
 //
 // Source: docs/file-format.md, "Index entries", "Text keys", "Long keys".
 

@@ -28,10 +28,9 @@ IndexPage::IndexPage(PageNumber number, const std::uint8_t* bytes, PageNumber ow
 
 void IndexPage::Parse(PageNumber owner)
 {
-    const bool isLeaf = bytes_[0] == static_cast<std::uint8_t>(PageKind::IndexLeaf);
-    if ((!isLeaf && bytes_[0] != static_cast<std::uint8_t>(PageKind::IndexBranch)) || bytes_[1] != 1) {
+    const bool isLeaf = IsOfKind(bytes_, PageKind::IndexLeaf);
+    if (!isLeaf && !IsOfKind(bytes_, PageKind::IndexBranch))
         throw Damaged(number_, "no index page where one is expected");
-    }
     if (Link(indexLayout::owner) != owner) throw Damaged(number_, "an index page of another table");
     level_ = bytes_[level];
     if (isLeaf != (level_ == 0) || level_ > greatestLevel) throw Damaged(number_, "an index page of the wrong level");

@@ -18,6 +18,7 @@ constexpr char magic[] = "VMLJRNL1";
 constexpr std::size_t headerSize = 512;  // one sector: it is on the disk whole or not at all
 constexpr std::size_t samplesAt = 36;
 constexpr std::size_t greatestSampleCount = 32;
+constexpr std::size_t recordCountAt = samplesAt + 8 * greatestSampleCount;
 constexpr std::uint64_t recordsAt = headerSize;
 constexpr std::size_t recordSize = 8 + pageSize;
 constexpr std::uint64_t greatestKeptSize = 1 << 20;  // of a journal that waits for the next unit
@@ -62,6 +63,7 @@ HeaderBytes Encode(const JournalHeader& header)
         StoreLittle(&bytes[at + 4], sample.sum);
         at += 8;
     }
+    StoreLittle(&bytes[recordCountAt], header.recordCount);
     StoreLittle(&bytes[headerSize - 4], CheckSum(header.salt, std::span(bytes).first(headerSize - 4)));
     return bytes;
 }
@@ -79,6 +81,7 @@ std::optional<JournalHeader> ReadHeader(OpenFile& file)
     for (std::size_t at = samplesAt; at < samplesAt + 8 * count; at += 8) {
         header.samples.push_back({LoadLittle<std::uint32_t>(&bytes[at]), LoadLittle<std::uint32_t>(&bytes[at + 4])});
     }
+    header.recordCount = LoadLittle<std::uint32_t>(&bytes[recordCountAt]);
     if (bytes != Encode(header)) return std::nullopt;
     return header;
 }
@@ -89,12 +92,25 @@ bool ReadRecord(OpenFile& journal, std::uint64_t at, Record& record)
     return journal.ReadAt(at, record) == record.size();
 }
 
+bool IsIntact(const JournalHeader& header, const Record& record)
+{
+    const std::span<const std::uint8_t, pageSize> content(record.data() + 8, pageSize);
+    const auto page = LoadLittle<std::uint32_t>(record.data());
+    return LoadLittle<std::uint32_t>(record.data() + 4) == RecordSum(header.salt, page, content);
+}
+
 bool IsValid(const JournalHeader& header, const Record& record)
 {
-    const std::span<const std::uint8_t, pageSize> before(record.data() + 8, pageSize);
-    const auto page = LoadLittle<std::uint32_t>(record.data());
-    return page < header.fileSize / pageSize &&
-           LoadLittle<std::uint32_t>(record.data() + 4) == RecordSum(header.salt, page, before);
+    return LoadLittle<std::uint32_t>(record.data()) < header.fileSize / pageSize && IsIntact(header, record);
+}
+
+// True when every record is there that was on the disk when the first page was overwritten.
+bool IsWhole(OpenFile& journal, const JournalHeader& header)
+{
+    Record record;
+    for (std::uint64_t n = 0; n < header.recordCount; ++n)
+        if (!ReadRecord(journal, recordsAt + n * recordSize, record) || !IsIntact(header, record)) return false;
+    return true;
 }
 
 // True when the journal has a seal and the file is what the seal says.
@@ -102,9 +118,7 @@ bool IsComplete(OpenFile& journal, const JournalHeader& header, PageFile& file)
 {
     Record record;
     for (std::uint64_t at = recordsAt; ReadRecord(journal, at, record); at += recordSize) {
-        const std::span<const std::uint8_t, pageSize> content(record.data() + 8, pageSize);
-        if (LoadLittle<std::uint32_t>(record.data()) != sealMark) continue;
-        if (LoadLittle<std::uint32_t>(&record[4]) != RecordSum(header.salt, sealMark, content)) continue;
+        if (LoadLittle<std::uint32_t>(record.data()) != sealMark || !IsIntact(header, record)) continue;
         if (file.Size() != LoadLittle<std::uint64_t>(&record[8])) return false;
         const std::size_t count =
             std::min<std::size_t>(LoadLittle<std::uint32_t>(&record[16]), Journal::greatestSealedCount);
@@ -229,11 +243,15 @@ JournalHeader JournalHeader::Of(PageFile& file)
     return header;
 }
 
-Journal::Journal(Files& files, Text path, const JournalHeader& header)
-    : files_(files), path_(std::move(path)), header_(header), written_(recordsAt)
+Journal::Journal(Files& files, TextView file, const JournalHeader& header)
+    : files_(files), path_(PathFor(file)), header_(header), written_(recordsAt)
 {
+    // It holds pages of the file: whoever may not read that may not read them here.
     file_ = OnDisk([&] {
-        return files_.Open(path_, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew});
+        return files_.Open(path_, {.access = FileAccess::ReadWrite,
+                                   .sharing = FileSharing::Exclusive,
+                                   .creation = FileCreation::CreateNew,
+                                   .permissionsOf = file});
     });
 }
 
@@ -320,6 +338,7 @@ void Journal::Sync()
 {
     if (synced_) return;
     Flush();
+    if (!headerWritten_) header_.recordCount = static_cast<std::uint32_t>((written_ - recordsAt) / recordSize);
     Attempt([&] {
         if (!headerWritten_) file_->WriteAt(0, Encode(header_));
         file_->Sync();  // the first one puts the name of the journal on the disk, too
@@ -373,6 +392,10 @@ Settled SettleJournalAlone(Files& files, PageFile& file, TextView path)
             TryDelete(files, journalPath);
             return Settled::Removed;
         }
+        // Half of a unit taken back would be worse than none: a record can only be missing while no page has been
+        // overwritten, or when something happened to the journal later.
+        const bool begun = CommitWordOf(file.ReadCommitWords()) != header->commitWord;
+        if (begun && !OnDisk([&] { return IsWhole(*journal, *header); })) return Settled::NotOurs;
         PlayBack(*journal, *header, file);
         OnDisk([&] { InvalidateHeader(*journal); });
     } else if (CommitWordOf(file.ReadCommitWords()) == writingWord) {

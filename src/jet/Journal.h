@@ -20,6 +20,7 @@ namespace vmlib::jet {
 //   32     2  commit word of slot 0 before the unit
 //   34     2  number of samples, at most 32
 //   36     8n samples: page number (4), check sum of salt, number and page before the unit (4); 0 behind them
+//  292     4  number of records that were on the disk before the first page was overwritten, a seal included
 //  508     4  check sum of bytes 0 to 507
 //  512       records: page number (4), check sum of salt, number and page (4), the page as it was (2048)
 //
@@ -51,6 +52,7 @@ struct JournalHeader
     std::uint64_t fileSize = 0;
     std::uint16_t commitWord = 0;
     std::vector<Sample> samples;
+    std::uint32_t recordCount = 0;
 
     /// The header for a unit that begins now on the file.
     static JournalHeader Of(PageFile& file);
@@ -60,8 +62,8 @@ struct JournalHeader
 class Journal
 {
 public:
-    /// Makes the file; nothing is valid in it before the first Sync. @throws Error 3043, 3026, 3027
-    Journal(Files& files, Text path, const JournalHeader& header);
+    /// Makes the journal of a file; nothing is valid in it before the first Sync. @throws Error 3043, 3026, 3027
+    Journal(Files& files, TextView file, const JournalHeader& header);
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
     /// Leaves the file where it is.
@@ -125,7 +127,7 @@ enum class Settled
     Removed,     // it was not valid: nothing had been overwritten; or its unit is complete
     PlayedBack,  // the file is as it was before the unit
     InUse,       // its owner is alive
-    NotOurs,     // it belongs to another file and stays where it is
+    NotOurs,     // it belongs to another file, or was damaged later, and stays where it is
 };
 
 /// Looks for a journal beside the file and plays it back when its owner is gone: takes the locks of a writer first.

@@ -9,8 +9,10 @@
 // A field of a memo or long binary in its row:
 //
 //   at  size  content
-//    0     4  length of the value in the lower 30 bits; 80000000: it follows here; 40000000: it is one row; neither: a
-//    chain of rows 4     4  row pointer of the row or of the first of the chain; 0 when inline 8     4  0
+//    0     4  length of the value in the lower 30 bits; 80000000: it follows here; 40000000: it is one row;
+//             neither: a chain of rows
+//    4     4  row pointer of the row or of the first of the chain; 0 when inline
+//    8     4  0
 //   12        the value, when inline
 //
 // A row of a chain, each on a page of long values:
@@ -78,13 +80,12 @@ void WalkChain(Pager& pager, const Field& field, Visit visit)
         if (piece.bytes.size() <= nextSize || piece.bytes.size() - nextSize > rest) {
             throw Damaged(at.page, "a piece of a long value has a length that cannot be");
         }
-        const auto next = RowPointer::Unpack(LoadLittle<std::uint32_t>(piece.bytes.data()));
+        const auto next = LoadLittle<std::uint32_t>(piece.bytes.data());
         rest -= piece.bytes.size() - nextSize;
         visit(at, piece.bytes.subspan(nextSize));
-        if ((next.page == noPage) != (rest == 0))
-            throw Damaged(at.page, "a long value is longer or shorter than its row says");
+        if ((next == 0) != (rest == 0)) throw Damaged(at.page, "a long value is longer or shorter than its row says");
         if (rest == 0) return;
-        at = next;
+        at = RowPointer::Unpack(next);
     }
 }
 

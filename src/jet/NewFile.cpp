@@ -16,9 +16,12 @@
 //    0      header
 //    1      maps of the file: row 0 the free pages, row 1 empty
 //    2..5   definitions of MSysObjects, MSysACEs, MSysQueries, MSysRelationships
-//    6, 7   maps of MSysObjects: its pages, those with room, then the same of its seven long columns; the last one is
-//    alone on page 7 8..11  the two indexes of MSysObjects, each with a page of maps before it 12     maps of the three
-//    other tables 13..17 their five indexes 18, 19 rows of MSysObjects and MSysACEs
+//    6, 7   maps of MSysObjects: its pages, those with room, then the same of its seven long columns; the
+//           last one is alone on page 7
+//    8..11  the two indexes of MSysObjects, each with a page of maps before it
+//    12     maps of the three other tables
+//    13..17 their five indexes
+//    18, 19 rows of MSysObjects and MSysACEs
 //
 // Source: docs/file-format.md, "An empty file".
 
@@ -32,7 +35,7 @@ void LayDownFileMaps(Pager& pager)
 {
     PageEdit page = pager.Extend();
     assert(page.Number() == PageMap::firstPage);
-    DataPageEdit maps = DataPageEdit::Format(std::move(page), PageMap::firstPage);
+    DataPageEdit maps = DataPageEdit::Format(page, PageMap::firstPage);
     std::array<std::uint8_t, mapSize> map{};
     std::fill(map.begin() + mapHead, map.end(),
               std::uint8_t{0xFF});  // a set bit is a free page, also one behind the end

@@ -74,8 +74,9 @@ void RequireFormat(std::span<const std::uint8_t> header, const Text& path)
     }
 }
 
-// A slot that says "writing" may be another program's that will have done in a moment.
-void RequireNoDamageMark(OpenFile& file, const Text& path)
+// A slot that says "writing" may be another program's that will have done in a moment, unless the file is held
+// exclusively.
+void RequireNoDamageMark(OpenFile& file, const Text& path, bool shared)
 {
     for (int waited = 0;; waited += 50) {
         const CommitWords words = ReadCommitWords(file);
@@ -87,7 +88,7 @@ void RequireNoDamageMark(OpenFile& file, const Text& path)
         }
         if (damaged) throw Error(ErrorNumber::DamagedDatabase);
         if (!writing) return;
-        if (waited >= writerPatience) throw Error(ErrorNumber::NotADatabase, {path});
+        if (!shared || waited >= writerPatience) throw Error(ErrorNumber::NotADatabase, {path});
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
 }
@@ -125,7 +126,7 @@ void RequireDatabase(OpenFile& opened, bool shared, const OpenOptions& options)
     if (locked) opened.Unlock(FileLock::Reading);
 
     RequireFormat(std::span<const std::uint8_t>(header).first(size), path);
-    if (!options.forRepair) RequireNoDamageMark(opened, path);
+    if (!options.forRepair) RequireNoDamageMark(opened, path, shared);
     if (!HeaderPage(header).Accepts(options.password)) throw Error(ErrorNumber::InvalidPassword);
 }
 

@@ -10,11 +10,19 @@
 
 // A page map is a row of a map page (a page of rows whose owner is 0). Bit 0 of a byte is its lowest bit.
 //
-//   at  size  inline form                                  at  size  form with pages of bits
-//    0     1  00                                            0     1  01
-//    1     4  first page, a multiple of 8                   1     4  number of the page with bits 0 to 16,351; 0: none
-//    is set 5   128  bits; more in steps of 4 bytes                5     4  number of the page with bits 16,352 to
-//    32,703 ... (33 numbers)
+// Inline form:
+//
+//   at  size  content
+//    0     1  00
+//    1     4  first page, a multiple of 8
+//    5   128  bits; more in steps of 4 bytes
+//
+// Form with pages of bits:
+//
+//   at  size  content
+//    0     1  01
+//    1     4  number of the page with bits 0 to 16,351; 0: none is set
+//    5     4  number of the page with bits 16,352 to 32,703; and so on, 33 numbers
 //
 //   a page of bits: 05 01 00 00, then 2,044 bytes of bits
 //
@@ -78,7 +86,7 @@ std::uint32_t PageMap::Create(Pager& pager, PageAllocator& allocator, PageNumber
     if (table != noPage) {
         const PageRef definition = pager.Read(table);
         const auto owned = LoadLittle<std::uint32_t>(definition.Data() + definitionOwnedMapAt);
-        if (definition.Data()[0] == static_cast<std::uint8_t>(PageKind::Definition) && owned != 0) {
+        if (IsOfKind(definition.Data(), PageKind::Definition) && owned != 0) {
             return CreateBeside(pager, allocator, owned);
         }
     }
@@ -115,8 +123,7 @@ PageMap::Bits PageMap::InlineBits(PageRef page, std::span<const std::uint8_t> ro
 PageMap::Bits PageMap::BitsOfMapPage(PageNumber mapPage, std::size_t stretch)
 {
     PageRef page = pager_.Read(mapPage);
-    if (page.Data()[0] != static_cast<std::uint8_t>(PageKind::Map))
-        throw Damaged(mapPage, "a page of map bits is of another kind");
+    if (!IsOfKind(page.Data(), PageKind::Map)) throw Damaged(mapPage, "a page of map bits is of another kind");
     const auto bytes = page.Bytes().subspan(mapPageHead);
     return {static_cast<PageNumber>(stretch * pagesPerMapPage), std::move(page), bytes};
 }

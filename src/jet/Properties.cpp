@@ -99,6 +99,7 @@ std::pair<Text, PropertyList> ReadList(Reader chunk, const std::vector<Text>& na
 {
     Reader head = chunk.Part<std::uint32_t>();
     std::pair<Text, PropertyList> list{head.Name(), {}};
+    if (!head.AtEnd()) Fail("the head of a list is longer than its name");
     while (!chunk.AtEnd()) {
         Reader entry = chunk.Part<std::uint16_t>();
         Property property;
@@ -111,6 +112,7 @@ std::pair<Text, PropertyList> ReadList(Reader chunk, const std::vector<Text>& na
         property.name = names[name];
         const auto value = entry.Raw(entry.Take<std::uint16_t>());
         property.value.assign(value.begin(), value.end());
+        if (!entry.AtEnd()) Fail("a property is longer than its value");
         list.second.Set(std::move(property));
     }
     return list;

@@ -10,8 +10,9 @@
 // enforced one has also
 //
 //   in the foreign table    a logical index of kind 2 with the relation's name, side 2, over a tree of the foreign
-//   fields (shared when there is one) in the primary table    a logical index of kind 2 named ".r" and a letter, side
-//   1, over the tree of its unique index
+//                           fields (shared when there is one)
+//   in the primary table    a logical index of kind 2 named ".r" and a letter, side 1, over the tree of its unique
+//                           index
 //
 // and each of the two names the other's table and number. The letter is 'A' plus the index number. Source:
 // docs/file-format.md, "Relations".

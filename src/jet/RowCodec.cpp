@@ -14,9 +14,12 @@
 //    0     1      c
 //    1            fixed fields, each at its column's offset
 //                 variable fields, one behind the other
-//        v + 1    low bytes of where they begin and the last one ends, in reverse: the end of the last, ... the begin
-//        of the first j        jumps, in reverse: the first of those offsets that is 256 or more, 512 or more, ...; FF
-//        when none is 1        v (c+7)/8  presence bits by column number: 1 = not Null; a Boolean has no other place
+//        v + 1    low bytes of where they begin and the last one ends, in reverse: the end of the last, ... the
+//                 begin of the first
+//        j        jumps, in reverse: the first of those offsets that is 256 or more, 512 or more, ...; FF when
+//                 none is
+//        1        v
+//        (c+7)/8  presence bits by column number: 1 = not Null; a Boolean has no other place
 //
 // j = (row length - 1) / 256. A row written while there was no variable column has only c, fixed fields and bits. Both
 // counts are those of the time of writing: columns added since are Null (a Boolean False). A deleted column keeps
@@ -306,6 +309,22 @@ std::size_t RowCodec::SizeOf(const Row& row, const std::vector<std::size_t>& lon
     return CheckedSize(variableBytes);
 }
 
+std::size_t RowCodec::VariableBytes(const Row& row, const std::vector<Bytes>& longFields) const
+{
+    assert(row.size() == columns_.size());
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (columns_[i].fixed) continue;
+        bytes += columns_[i].longValue ? longFields[i].size() : VariableSize(columns_[i], row[i]);
+    }
+    return bytes;
+}
+
+bool RowCodec::Takes(const Row& row, const std::vector<Bytes>& longFields) const
+{
+    return Length(VariableBytes(row, longFields)) <= GreatestLength();
+}
+
 void RowCodec::PutFixed(const Column& column, const Value& value, Buffer& into) const
 {
     if (column.type == ColumnType::Boolean || IsNull(value)) return;
@@ -329,13 +348,7 @@ void RowCodec::PutVariable(const Column& column, const Value& value, Buffer& int
 
 void RowCodec::Encode(const Row& row, const std::vector<Bytes>& longFields, Buffer& into) const
 {
-    assert(row.size() == columns_.size());
-    std::size_t variableBytes = 0;
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-        if (columns_[i].fixed) continue;
-        variableBytes += columns_[i].longValue ? longFields[i].size() : VariableSize(columns_[i], row[i]);
-    }
-    const std::size_t size = CheckedSize(variableBytes);
+    const std::size_t size = CheckedSize(VariableBytes(row, longFields));
 
     into.bytes[0] = static_cast<std::uint8_t>(columnsEver_);
     std::memset(into.bytes.data() + countSize, 0, fixedEnd_ - countSize);

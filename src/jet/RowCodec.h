@@ -67,8 +67,10 @@ public:
     void Encode(const Row& row, const std::vector<Bytes>& longFields, Buffer& into) const;
     /// The length that Encode will give, with the lengths of the long value fields alone; throws like it.
     std::size_t SizeOf(const Row& row, const std::vector<std::size_t>& longFieldSizes) const;
-    /// False when the fixed fields alone make every row too long.
-    bool TakesRows() const { return Length(0) <= GreatestLength(); }
+    /// True for a row that was written when there were fewer columns.
+    bool IsOlder(const RowFields& row) const { return row.columnCount_ < columnsEver_; }
+    /// False when Encode would find the row too long.
+    bool Takes(const Row& row, const std::vector<Bytes>& longFields) const;
 
 private:
     static constexpr std::size_t countSize = 1;
@@ -93,6 +95,7 @@ private:
 
     bool FindVariableFields(RowFields& row) const;
     std::size_t VariableSize(const Column& column, const Value& value) const;
+    std::size_t VariableBytes(const Row& row, const std::vector<Bytes>& longFields) const;
     std::size_t Length(std::size_t variableBytes) const;
     std::size_t GreatestLength() const;
     std::size_t CheckedSize(std::size_t variableBytes) const;

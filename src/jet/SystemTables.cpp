@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "jet/Damage.h"
+
 namespace vmlib::jet::system {
 
 namespace {
@@ -128,6 +130,22 @@ std::vector<TableDefinition> Definitions(const SortLocale& locale)
         });
     }
     return all;
+}
+
+bool HasColumn(const TableDefinition& table, std::size_t at, const ColumnDefinition& expected)
+{
+    return at < table.columns.size() && EqualIgnoringCase(table.columns[at].name, expected.name) &&
+           table.columns[at].type == expected.type;
+}
+
+void RequireColumns(const TableDefinition& table)
+{
+    for (const TableDefinition& expected : Definitions(SortLocale{})) {
+        if (!EqualIgnoringCase(expected.name, table.name)) continue;
+        for (std::size_t at = 0; at < expected.columns.size(); ++at)
+            if (!HasColumn(table, at, expected.columns[at]))
+                throw Damaged(table.page, "a system table has other columns than it should");
+    }
 }
 
 }  // namespace vmlib::jet::system

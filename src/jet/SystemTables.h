@@ -101,4 +101,9 @@ enum : std::size_t
 /// The four definitions without pages and maps, in the order of their pages.
 std::vector<TableDefinition> Definitions(const SortLocale& locale);
 
+/// True when the column of that place has the name and the type of `expected`: rows are read by the places above.
+bool HasColumn(const TableDefinition& table, std::size_t at, const ColumnDefinition& expected);
+/// @throws Damaged when a table with the name of a system table lacks a column that every file has, or has it elsewhere
+void RequireColumns(const TableDefinition& table);
+
 }  // namespace vmlib::jet::system

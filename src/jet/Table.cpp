@@ -125,7 +125,7 @@ RowPointer Table::Cursor::Where() const
     return state_->Where();
 }
 
-Table::Cursor Table::Scan(ColumnMask columns)
+Table::Cursor Table::Scan(const ColumnMask& columns)
 {
     const ReadScope scope(state_->pager);
     State& state = state_->Current();

@@ -68,7 +68,7 @@ public:
         std::shared_ptr<State> state_;
     };
     /// Columns outside the mask are Null in Current(). The table must outlive the cursor's last Next.
-    Cursor Scan(ColumnMask columns = {});
+    Cursor Scan(const ColumnMask& columns = {});
 
     /// False when the row is deleted. Moved rows are found through their old place. Columns outside the mask become
     /// Null. @throws Damaged
@@ -95,17 +95,16 @@ public:
     /// Builds a real index over the rows there are and writes it into the definition, and a logical index of that name
     /// with it. The tree is the index's own: only relations share one (TreeOver).
     /// @throws Error 3022, 3058, 3039 above 32, 3277 above 10 columns, 3409 unknown, memo or long binary column, 3284
-    /// name taken, 3283 second
-    ///         primary key
+    ///         name taken, 3283 second primary key
     void AddIndex(const NewIndex& index, Files& files, TextView temporaryFolder);
-    void RemoveIndex(
-        TextView name);  // of any kind; its tree goes with the last logical index on it. @throws Error 3372
+    /// Of any kind; its tree goes with the last logical index on it. @throws Error 3372
+    void RemoveIndex(TextView name);
 
     /// For the logical indexes of a relation (docs/file-format.md, "Relations"). On the foreign side:
     ///
-    ///     index.realIndex = table.TreeOver(columns, files, folder);    // the tree that is there for these columns,
-    ///     else a new one index.number = table.NextIndexNumber();                      // what the other table names as
-    ///     `otherIndex` table.AddLogicalIndex(index);
+    ///     index.realIndex = table.TreeOver(columns, files, folder);  // the tree that is there for them, else a new one
+    ///     index.number = table.NextIndexNumber();                    // what the other table names as `otherIndex`
+    ///     table.AddLogicalIndex(index);
     std::size_t TreeOver(const std::vector<IndexColumn>& columns, Files& files, TextView temporaryFolder);
     std::uint32_t NextIndexNumber();
     void AddLogicalIndex(IndexDefinition index);  // @throws Error 3039, 3284

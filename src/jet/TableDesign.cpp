@@ -213,9 +213,9 @@ void Table::RemoveIndex(TextView name)
     State& state = state_->Current();
     const IndexDefinition* const found = state.definition.IndexNamed(name);
     if (!found) throw Error(ErrorNumber::NoSuchIndex, {state.definition.name, Text(name)});
-    const std::uint32_t real = found->realIndex;
+    const std::uint32_t real = found->realIndex, number = found->number;
     TableDefinition changed = state.definition;
-    std::erase_if(changed.indexes, [&](const IndexDefinition& index) { return EqualIgnoringCase(index.name, name); });
+    std::erase_if(changed.indexes, [&](const IndexDefinition& index) { return index.number == number; });
     const bool last = std::none_of(changed.indexes.begin(), changed.indexes.end(),
                                    [&](const IndexDefinition& index) { return index.realIndex == real; });
 
@@ -275,7 +275,8 @@ void Table::AddColumn(ColumnDefinition column)
 {
     State& state = state_->Current();
     TableDefinition changed = state.definition;
-    const bool hadVariableColumns = changed.variableColumnsEver > 0;
+    const bool firstVariable = changed.variableColumnsEver == 0;
+    const bool lostColumns = changed.columnsEver > changed.columns.size();
     Place(changed, column);
     UnitOfWork unit(state.pager);
     state.Redesign(std::move(changed), [&](TableDefinition& table) {
@@ -283,19 +284,30 @@ void Table::AddColumn(ColumnDefinition column)
         table.columns.push_back(column);
         SortColumns(table);
     });
-    if (!hadVariableColumns && !column.fixedSize) state.GiveRowsVariableFields();
+    if (column.fixedSize ? lostColumns : firstVariable) state.RewriteOlderRows();
     unit.Commit();
 }
 
-/// Rows of before the first variable column end without a count of variable fields. This engine tells them by their
-/// count of columns, but a reader that expects the count wherever the table has variable columns would take them for
-/// damaged; so they are written anew. Rows that would become too long stay: they could not be changed either.
-void Table::State::GiveRowsVariableFields()
+/// Other readers mistake rows of before a column in two cases, so there they are written anew. Rows of before the first
+/// variable column end without a count of variable fields, which those readers expect wherever the table has such
+/// columns. And whether a row has a fixed field they tell by how many it has: one that is gone since counts for one that
+/// is new. This engine goes by the row's count of columns. Rows that would become too long stay: they could not be
+/// changed either.
+void Table::State::RewriteOlderRows()
 {
-    if (!codec->TakesRows()) return;
-    const std::vector<Bytes> noLongFields(definition.columns.size());
-    for (RowScan scan = NewScan(Wanted({})); scan.Next();) {
-        codec->Encode(scan.Current(), noLongFields, buffer);
+    ColumnMask notLong(definition.columns.size(), true);
+    for (const std::size_t i : longColumns) notLong[i] = false;
+    longFields.assign(definition.columns.size(), {});
+    for (RowScan scan = NewScan(Wanted(notLong)); scan.Next();) {
+        const auto stored = rows->Find(scan.Where());
+        const RowFields fields = codec->Parse(stored.value().bytes, stored->at.page);
+        if (!codec->IsOlder(fields)) continue;
+        for (const std::size_t i : longColumns) {
+            const auto field = codec->Field(fields, i).value_or(std::span<const std::uint8_t>());
+            longFields[i].assign(field.begin(), field.end());
+        }
+        if (!codec->Takes(scan.Current(), longFields)) continue;
+        codec->Encode(scan.Current(), longFields, buffer);
         rows->Replace(scan.Where(), buffer.Row());
     }
 }
@@ -311,9 +323,12 @@ void Table::RemoveColumn(TextView name)
     }
     std::erase_if(changed.columns, [&](const ColumnDefinition& one) { return one.number == column.number; });
 
+    UnitOfWork unit(state.pager);
     state.Redesign(std::move(changed), [&](TableDefinition&) {
         if (IsLongValue(column.type)) state.longValues->Destroy(column);
     });
+    if (column.fixedSize) state.RewriteOlderRows();
+    unit.Commit();
 }
 
 void Table::RenameColumn(TextView from, TextView to)

@@ -46,7 +46,7 @@ struct Table::State
                    TextView temporaryFolder);
     void CheckIndexColumns(const std::vector<IndexColumn>& columns) const;
     void AddLogical(TableDefinition& changed, IndexDefinition index) const;
-    void GiveRowsVariableFields();
+    void RewriteOlderRows();
     std::uint32_t FreeIndexNumber() const;
     template <class Step>
     void Redesign(TableDefinition changed, Step step);

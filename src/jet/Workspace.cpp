@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <ctime>
 #include <mutex>
 
 #include "jet/NewFile.h"
@@ -11,21 +10,6 @@ namespace vmlib::jet {
 namespace {
 
 constexpr int deepestTransaction = 5;
-
-// Local time by the C library, whole seconds.
-Date LocalNow()
-{
-    static std::mutex mutex;  // std::localtime shares its result
-    const std::lock_guard lock(mutex);
-    const std::time_t now = std::time(nullptr);
-    const std::tm parts = *std::localtime(&now);
-    // Days of the civil calendar since 30 December 1899, counted from March so that the leap day comes last.
-    const int month = parts.tm_mon + 1, year = parts.tm_year + 1900 - (month <= 2 ? 1 : 0);
-    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + parts.tm_mday - 1;
-    const int days = 365 * year + year / 4 - year / 100 + year / 400 + dayOfYear - 693900;
-    const int seconds = (parts.tm_hour * 60 + parts.tm_min) * 60 + parts.tm_sec;
-    return {days + seconds / 86400.0};
-}
 
 PagerOptions OptionsFor(const WorkspaceState& state, bool readOnly, bool exclusive)
 {
@@ -97,9 +81,9 @@ void WorkspaceState::RollbackAll() noexcept
     inTransaction.clear();
 }
 
-Workspace::Workspace(Files& files, Text temporaryFolder, std::function<Date()> now)
+Workspace::Workspace(Files& files, Text temporaryFolder, Clock now)
     : state_(std::make_shared<WorkspaceState>(
-          WorkspaceState{files, std::move(temporaryFolder), now ? std::move(now) : LocalNow, {}, {}, {}}))
+          WorkspaceState{files, std::move(temporaryFolder), std::move(now), {}, {}, {}}))
 {
 }
 
@@ -165,7 +149,7 @@ std::shared_ptr<Database> Workspace::Find(TextView path)
     const auto file = state_->FileOf(facts->identity);
     std::erase_if(state_->databases, [](const auto& each) { return each.expired(); });
     for (const auto& each : state_->databases) {
-        const auto database = each.lock();
+        auto database = each.lock();
         if (file != nullptr && database->IsOpen() && database->file_ == file) return database;
     }
     return nullptr;

@@ -13,7 +13,7 @@ struct WorkspaceState
 {
     Files& files;
     Text temporaryFolder;
-    std::function<Date()> now;
+    Clock now;
     std::vector<std::weak_ptr<DatabaseFile>> open;
     std::vector<std::weak_ptr<Database>> databases;
     std::vector<std::shared_ptr<DatabaseFile>> inTransaction;  // they stay open until it ends

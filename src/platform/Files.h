@@ -82,7 +82,9 @@ struct FileOpenRequest
     FileAccess access = FileAccess::Read;
     FileSharing sharing = FileSharing::Shared;
     FileCreation creation = FileCreation::OpenExisting;
-    bool temporary = false;  // of a file that is made: its name need not outlive a power cut
+    // Of a file that is made:
+    bool temporary = false;    // its name need not outlive a power cut, and nobody else may read it
+    TextView permissionsOf{};  // it gets the owner and permissions of this file
 };
 
 /// Locks that openers of the same file hold for moments, besides their sharing mode. Each is a byte far behind the end
@@ -158,6 +160,7 @@ public:
     virtual void Copy(TextView from, TextView to) = 0;
     /// Puts the contents of `from` in place of `to` in one step and syncs it; `from` is gone then. On one volume `from`
     /// itself takes the name, with owner and permissions of `to`; else it is copied beside `to` first, and goes last.
+    /// A name that was free gets the permissions of any new file, as `from` may be private.
     /// `to` is the old file or the new one at every instant. Fails while somebody has `to` open.
     virtual void Replace(TextView from, TextView to) = 0;
 

@@ -183,7 +183,27 @@ INSTANTIATE_TEST_SUITE_P(
                   [](OpenCopy& f) { f.Poke(parentTable, 35, f.Definition(foreignTable).ownedMap); }, "the page map"},
         FileWound{"a zero page for the catalogue", [](OpenCopy& f) { f.pager.EditZeroed(2); },
                   "MSysObjects, definition"},
-        FileWound{"a zero page of free maps", [](OpenCopy& f) { f.pager.EditZeroed(1); }, "the free pages"}));
+        FileWound{"a zero page of free maps", [](OpenCopy& f) { f.pager.EditZeroed(1); }, "the free pages"},
+        FileWound{"second byte of a data page", [](OpenCopy& f) { f.Bytes(f.DataPageOf(foreignTable))[1] = 0; },
+                  "a page of rows is of another kind"},
+        FileWound{"second byte of a definition", [](OpenCopy& f) { f.Bytes(parentTable)[1] = 3; },
+                  "Table3, definition"},
+        FileWound{"a table that is neither a user's nor a system's",
+                  [](OpenCopy& f) { f.Bytes(parentTable)[20] = 'X'; }, "Table3, definition"},
+        FileWound{"two indexes of one number",
+                  [](OpenCopy& f) {
+                      TableDefinition definition = f.Definition(parentTable);
+                      definition.indexes.at(0).number = definition.indexes.at(1).number;
+                      WriteDefinitionPages(f.pager, f.allocator, definition);
+                  },
+                  "have one number"},
+        FileWound{"owner of the first page of maps", [](OpenCopy& f) { f.Poke(1, 4, 0); },
+                  "the page of the free map has another owner"},
+        // What is under the mask of the header changes with what stands there.
+        FileWound{"place of the second map of the file", [](OpenCopy& f) { f.Bytes(0)[0x1C] ^= 2; },
+                  "header: the maps of free pages"},
+        FileWound{"place of a system table", [](OpenCopy& f) { f.Bytes(0)[0x24] ^= 8; },
+                  "header: the definitions of the system tables"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Keys, WoundedFile,
@@ -289,6 +309,13 @@ INSTANTIATE_TEST_SUITE_P(
                                   });
                               },
                               "properties of Table2"},
+                    FileWound{"a field that a system table always has",
+                              [](OpenCopy& f) {
+                                  TableDefinition objects = f.Definition(objectsTablePage);
+                                  objects.columns.at(*objects.ColumnNamed(u"LvProp")).name = u"LwProp";
+                                  WriteDefinitionPages(f.pager, f.allocator, objects);
+                              },
+                              "MSysObjects: the field LvProp"},
                     FileWound{"a long value that two rows share",
                               [](OpenCopy& f) {
                                   // The first two long values of one row that stand elsewhere: give both the pointer of

@@ -288,6 +288,20 @@ TEST_F(JournalTest, IsPlayedBackWhereFileAndJournalWereCopiedTogether)
     EXPECT_THAT(folder_.Names(), Not(Contains("b.mdb-journal")));
 }
 
+TEST_F(JournalTest, IsAsPrivateAsItsFile)
+{
+    using std::filesystem::perms;
+    constexpr perms owners = perms::owner_read | perms::owner_write;
+    const std::pair<const char*, perms> cases[] = {{"a.mdb", owners},
+                                                   {"b.mdb", owners | perms::group_read | perms::group_write}};
+    for (const auto& [name, mode] : cases) {
+        Make(At(name), {1, 2, 3});
+        std::filesystem::permissions(folder_.Native(name), mode);
+        Die(At(name), 99);
+        EXPECT_EQ(std::filesystem::status(folder_.Native(name + std::string("-journal"))).permissions(), mode) << name;
+    }
+}
+
 TEST_F(JournalTest, ThatLostSomethingIsNotPlayedHalf)
 {
     Make(At("a.mdb"), Numbered(1, 5));

@@ -74,6 +74,12 @@ TEST_F(PropertiesTest, DamageIsAnErrorAndNeverACrash)
         }
     }
     EXPECT_EQ(NumberOf([] { ObjectProperties::Decode(FromHex("4D523200")); }), 3428);
+    // A property and a head that are longer than what they hold: encoded again they would lose bytes.
+    for (const char* list :
+         {"16000000 0000 06000000 0000 0A00 00 01 0000 0100 FF 00", "0D000000 0000 07000000 0000 00"}) {
+        const Bytes stored = FromHex(std::string("4B4B4400 0C000000 8000 0400 41626364") + list);
+        EXPECT_EQ(NumberOf([&] { ObjectProperties::Decode(stored); }), 3428) << list;
+    }
 }
 
 TEST_F(PropertiesTest, UnknownChunksAndNamesStay)

@@ -6,6 +6,7 @@
 
 #include "jet/DefinitionCodec.h"
 #include "jet/MdbExport.h"
+#include "jet/NumberOf.h"
 #include "jet/PageMap.h"
 #include "jet/TestFile.h"
 
@@ -13,18 +14,6 @@ namespace vmlib::jet {
 namespace {
 
 using testing::IsEmpty;
-
-/// Runs a step and gives the number of the error that it throws; 0 for none.
-template <class Step>
-std::int32_t ErrorOf(Step&& step)
-{
-    try {
-        step();
-        return 0;
-    } catch (const Error& error) {
-        return error.Number();
-    }
-}
 
 std::string Letters(std::size_t size, char first = 'a')
 {
@@ -293,8 +282,8 @@ TEST_F(TableChange, DeletedRowsStayDeletedWhileTheTableIsSmall)
 {
     const RowPointer first = table_->Insert(Named(1, 10));
     table_->Delete(first);
-    EXPECT_EQ(ErrorOf([&] { table_->Delete(first); }), 3167);
-    EXPECT_EQ(ErrorOf([&] { table_->Update(first, Named(1, 1)); }), 3167);
+    EXPECT_EQ(NumberOf([&] { table_->Delete(first); }), 3167);
+    EXPECT_EQ(NumberOf([&] { table_->Update(first, Named(1, 1)); }), 3167);
     EXPECT_NE(table_->Insert(Named(2, 10)), first) << "whoever still holds the old pointer must not get the new row";
     Row row;
     EXPECT_FALSE(table_->Fetch(first, row));
@@ -439,15 +428,15 @@ TEST(TableRows, AreNoLongerThanTheFormatTakes)
     EXPECT_TRUE(text.Fetch(at, read));
     EXPECT_EQ(read, row);
     row[7] = Letters(2012 - 19 - 7 * 255 + 1);
-    EXPECT_EQ(ErrorOf([&] { text.Insert(row); }), 3047);
-    EXPECT_EQ(ErrorOf([&] { text.Update(at, row); }), 3047);
+    EXPECT_EQ(NumberOf([&] { text.Insert(row); }), 3047);
+    EXPECT_EQ(NumberOf([&] { text.Update(at, row); }), 3047);
 
     fixed.resize(246);  // 1 + 246 * 8 + 31 = 2000
     Table& fits = file.Add(u"Fits", fixed);
-    EXPECT_EQ(ErrorOf([&] { fits.Insert(Row(246, Value(1.5))); }), 0);
+    EXPECT_EQ(NumberOf([&] { fits.Insert(Row(246, Value(1.5))); }), 0);
     fixed.push_back(Column(u"One more", ColumnType::Double));
     Table& tooLong = file.Add(u"TooLong", fixed);
-    EXPECT_EQ(ErrorOf([&] { tooLong.Insert(Row(247)); }), 3047);
+    EXPECT_EQ(NumberOf([&] { tooLong.Insert(Row(247)); }), 3047);
 }
 
 /// Row lengths around each block of 256 bytes, with many variable fields and with few, where jumps and their number
@@ -490,7 +479,7 @@ TEST(TableIndexes, RefuseWhatTheyMust)
     Table& table =
         file.Add(u"T", columns, {PrimaryKey(0), {.name = u"AB", .columns = {{1, false}, {2, false}}, .unique = true}});
     UnitOfWork unit(file.pager);
-    const auto insert = [&](Value id, Value a, Value b) { return ErrorOf([&] { table.Insert({id, a, b}); }); };
+    const auto insert = [&](Value id, Value a, Value b) { return NumberOf([&] { table.Insert({id, a, b}); }); };
     using std::string;
     const std::int32_t one = 1, two = 2, three = 3, four = 4, five = 5, six = 6;
     EXPECT_EQ(insert(one, string("a"), one), 0);
@@ -511,7 +500,7 @@ TEST(TableIndexes, RefuseWhatTheyMust)
             found[std::get<std::int32_t>(cursor.Current()[0])] = cursor.Where();
         return found;
     }();
-    const auto update = [&](std::int32_t id, Row row) { return ErrorOf([&] { table.Update(rows.at(id), row); }); };
+    const auto update = [&](std::int32_t id, Row row) { return NumberOf([&] { table.Update(rows.at(id), row); }); };
     EXPECT_EQ(update(1, {one, string("A"), one}), 0) << "its own key is no duplicate";
     EXPECT_EQ(update(1, {two, string("A"), one}), 3022);
     EXPECT_EQ(update(1, {Null(), string("A"), one}), 3058);
@@ -622,7 +611,7 @@ TEST(TableFaults, LeaveNothingHalfDone)
         std::size_t n = 0;
         while (!finished) {
             file.pager.failAtEdit = file.pager.editCount + ++n;
-            finished = ErrorOf([&] { change(file, table, at); }) == 0;
+            finished = NumberOf([&] { change(file, table, at); }) == 0;
             if (!finished) {
                 EXPECT_EQ(RowsOf(table), before) << "page " << n;
                 EXPECT_EQ(file.pager.Contents().size(), bytes.size()) << "page " << n;
@@ -644,7 +633,7 @@ TEST(TableFaults, LeaveTheCountInStepWithTheRows)
     std::size_t inserted = 0, failed = 0;
     for (std::size_t n = 1; n <= 40; ++n) {
         file.pager.failAtEdit = file.pager.editCount + n;
-        while (ErrorOf([&] { table.Insert({static_cast<std::int32_t>(inserted), Letters(200)}); }) == 0) ++inserted;
+        while (NumberOf([&] { table.Insert({static_cast<std::int32_t>(inserted), Letters(200)}); }) == 0) ++inserted;
         ++failed;
         EXPECT_EQ(RowsOf(table).size(), inserted) << "page " << n;
         EXPECT_EQ(table.RowCount(), inserted) << "page " << n;

@@ -346,6 +346,13 @@ const Wound wounds[] = {
      },
      "long value"},
     {"a chain ends too early", [](std::uint8_t* f) { StoreLittle(ChainRow(f), 0u); }, "longer or shorter"},
+    {"a chain goes on where no page is",
+     [](std::uint8_t* f) {
+         std::uint8_t* row = ChainRow(f);
+         while (const auto next = LoadLittle<std::uint32_t>(row)) row = RowOf(f, RowPointer::Unpack(next));
+         *row = 5;
+     },
+     "longer or shorter"},
     {"a chain leads into a table",
      [](std::uint8_t* f) {
          StoreLittle(ChainRow(f), RowPointer{18, 0}.Packed());

@@ -19,8 +19,8 @@ namespace vmlib::jet {
 /// other readers find them.
 ///
 ///     TestFile file;
-///     Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long), Column(u"Name", ColumnType::Text, 20)},
-///     {PrimaryKey(0)}); UnitOfWork unit(file.pager);
+///     Table& table = file.Add(u"T", {Column(u"Id", ColumnType::Long)}, {PrimaryKey(0)});
+///     UnitOfWork unit(file.pager);
 class TestFile
 {
 public:

@@ -227,6 +227,15 @@ TEST_F(FilesTest, ReplaceMakesTheTargetWhereThereIsNoneAndNeverReplacesAFileByIt
     files_.Replace(folder_.Path(u"c"), folder_.Path(u"link"));
     EXPECT_EQ(folder_.Read("b"), "y");
     EXPECT_TRUE(std::filesystem::is_symlink(folder_.Native("link")));
+
+    // What was private while it was temporary is an ordinary file once it has a name of its own.
+    FileOpenRequest request{FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew};
+    files_.Open(folder_.Path(u"ordinary"), request);
+    request.temporary = true;
+    files_.Open(folder_.Path(u"private"), request);
+    EXPECT_EQ(ModeOf(folder_.Native("private")), 0600u);
+    files_.Replace(folder_.Path(u"private"), folder_.Path(u"saved"));
+    EXPECT_EQ(ModeOf(folder_.Native("saved")), ModeOf(folder_.Native("ordinary")));
 }
 
 TEST_F(FilesTest, CopyIncludesWhatThisProcessKeepsInMemory)

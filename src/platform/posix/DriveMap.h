@@ -21,9 +21,10 @@ struct NativePath
 
 /// The translation between Windows path text and native paths. Safe to use from several threads.
 ///
-///     Z:\home\anna\Kas.mdb   /home/anna/kas.MDB    Z: is the root; each part matches exactly, else without regard to
-///     case D:rapport.doc          D: mapped to /srv/d: /srv/d/rapport.doc, or below the current folder when that is on
-///     D:
+///     Z:\home\anna\Kas.mdb   /home/anna/kas.MDB: Z: is the root; each part matches exactly, else without
+///                            regard to case
+///     D:rapport.doc          with D: mapped to /srv/d: /srv/d/rapport.doc, or below the current folder when
+///                            that is on D:
 class DriveMap
 {
 public:

@@ -20,6 +20,8 @@ namespace vmlib::posix {
 
 namespace {
 
+constexpr mode_t newFilePermissions = 0666;  // less what the user's mask takes
+
 bool IsUsable(TextView path)
 {
     return !path.empty() && path.find(u'\0') == TextView::npos;
@@ -49,6 +51,12 @@ bool ShareAndTruncate(int descriptor, const FileOpenRequest& request, bool trunc
     return true;
 }
 
+void GivePermissionsOf(const NativePath& model, int descriptor)
+{
+    const Descriptor opened(::open(model.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (opened) CopyOwnerAndPermissions(opened.Number(), descriptor);
+}
+
 /// Windows file name patterns: * any run, ? one character; "*.*" is everything, with or without a point.
 bool Matches(TextView name, TextView pattern)
 {
@@ -75,7 +83,7 @@ bool Matches(TextView name, TextView pattern)
 void TakeName(const HeldFile& source, const HeldFile& replaced, TextView to)
 {
     if (!IsKnownSynced(source.facts) && ::fsync(source.descriptor.Number()) != 0) throw SystemFailure(errno, to);
-    CopyOwnerAndPermissions(replaced, source.descriptor.Number());
+    CopyOwnerAndPermissions(replaced.descriptor.Number(), source.descriptor.Number());
     const NativePath target = WithoutLinks(replaced.native);
     if (::rename(source.native.path.c_str(), target.path.c_str()) != 0) throw SystemFailure(errno, to);
     SyncNativeFolder(target.Folder(), to);
@@ -112,13 +120,17 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     const bool truncates = native.exists && request.creation == FileCreation::CreateOrTruncate;
     if (creates) flags |= O_CREAT | O_EXCL;
     if (truncates) flags = (flags & ~O_ACCMODE) | O_RDWR;
-    Descriptor descriptor(::open(native.path.c_str(), flags, 0666));
+    // Temporary files hold what is in documents, and their folder may be everybody's.
+    const bool isPrivate = request.temporary || !request.permissionsOf.empty();
+    Descriptor descriptor(::open(native.path.c_str(), flags, isPrivate ? 0600 : newFilePermissions));
     if (!descriptor && creates && errno == EEXIST && request.creation != FileCreation::CreateNew) return nullptr;
     struct stat facts;
     if (!descriptor || ::fstat(descriptor.Number(), &facts) != 0) throw SystemFailure(errno, path);
     if (!S_ISREG(facts.st_mode)) throw FileError(FileFault::AccessDenied, path, "not a file");
     if (!creates && (truncates || request.access == FileAccess::ReadWrite) && IsReadOnly(facts))
         throw FileError(FileFault::AccessDenied, path, "read-only");
+    if (creates && !request.permissionsOf.empty())
+        GivePermissionsOf(drives_.Resolve(request.permissionsOf), descriptor.Number());
 
     const auto share = [&] { return ShareAndTruncate(descriptor.Number(), request, truncates, native, facts); };
     // A file that this call made must not be looked for a second time while it is there: it would now exist. Gone
@@ -215,7 +227,7 @@ void PosixFiles::Replace(TextView from, TextView to)
             SyncNativeFolder(WithoutLinks(replaced.native).Folder(), to);
             break;
         }
-        if (UnfinishedCopy(source, target, nullptr, to).TakeFreeName()) break;
+        if (UnfinishedCopy(source, target, nullptr, to, newFilePermissions).TakeFreeName()) break;
         if (attempt == 2) throw FileError(FileFault::SharingViolation, to);
     }
     if (::unlink(source.native.path.c_str()) != 0) throw SystemFailure(errno, from);

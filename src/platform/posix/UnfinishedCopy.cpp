@@ -52,23 +52,24 @@ void CopyAttributes(int from, int to)
 
 /// Owner first, as a change of owner may clear permission bits; a user who may not give the file away keeps at least
 /// the group.
-void CopyOwnerAndPermissions(const HeldFile& from, int to)
+void CopyOwnerAndPermissions(int from, int to)
 {
-    if (::fchown(to, from.facts.st_uid, from.facts.st_gid) != 0 &&
-        ::fchown(to, static_cast<uid_t>(-1), from.facts.st_gid) != 0)
+    struct stat facts;
+    if (::fstat(from, &facts) != 0) return;
+    if (::fchown(to, facts.st_uid, facts.st_gid) != 0 && ::fchown(to, static_cast<uid_t>(-1), facts.st_gid) != 0)
         errno = 0;
-    CopyAttributes(from.descriptor.Number(), to);
-    if (::fchmod(to, from.facts.st_mode & 07777) != 0) errno = 0;
+    CopyAttributes(from, to);
+    if (::fchmod(to, facts.st_mode & 07777) != 0) errno = 0;
 }
 
 UnfinishedCopy::UnfinishedCopy(const HeldFile& source, const NativePath& target, const HeldFile* replaced,
-                               TextView path)
+                               TextView path, std::optional<mode_t> permissions)
     : target_(target), path_(path)
 {
     try {
-        Create(replaced ? 0600 : source.facts.st_mode & 0777);
+        Create(replaced ? 0600 : permissions.value_or(source.facts.st_mode & 0777));
         CopyBytes(source.descriptor.Number());
-        if (replaced) CopyOwnerAndPermissions(*replaced, descriptor_.Number());
+        if (replaced) CopyOwnerAndPermissions(replaced->descriptor.Number(), descriptor_.Number());
         if (::fsync(descriptor_.Number()) != 0) throw SystemFailure(errno, path_);
     } catch (...) {
         if (!temporary_.empty()) ::unlink(temporary_.c_str());

@@ -10,10 +10,12 @@ namespace vmlib::posix {
 class UnfinishedCopy
 {
 public:
-    /// @param source    where the bytes come from
-    /// @param target    the name it will take; what is there already, held, lends it permissions and owner
+    /// @param source       where the bytes come from
+    /// @param target       the name it will take; what is there already, held, lends it permissions and owner
+    /// @param permissions  of a free name, less the user's mask; those of the source when left out
     /// @throws FileError, with nothing left behind
-    UnfinishedCopy(const HeldFile& source, const NativePath& target, const HeldFile* replaced, TextView path);
+    UnfinishedCopy(const HeldFile& source, const NativePath& target, const HeldFile* replaced, TextView path,
+                   std::optional<mode_t> permissions = {});
     ~UnfinishedCopy();
     UnfinishedCopy(const UnfinishedCopy&) = delete;
     UnfinishedCopy& operator=(const UnfinishedCopy&) = delete;
@@ -34,7 +36,7 @@ private:
 };
 
 /// Owner, permissions and attributes of another file for an open one, as far as the user may.
-void CopyOwnerAndPermissions(const HeldFile& from, int to);
+void CopyOwnerAndPermissions(int from, int to);
 
 /// Renames unless the new name is taken, which is false.
 bool RenameToFreeName(const std::string& from, const std::string& to, TextView path);
