@@ -27,7 +27,10 @@ class Road
 {
 public:
     Road(ClassRegistry& classes, Platform& platform, const std::string& folder)
-        : platform_(platform), folder_(folder), engine_(classes.Create(u"VMDEngine.DBEngine")), library_(classes.Create(u"VmdDbLibRoutines"))
+        : platform_(platform),
+          folder_(folder),
+          engine_(classes.Create(u"VMDEngine.DBEngine")),
+          library_(classes.Create(u"VmdDbLibRoutines"))
     {
         Call(library_, u"DBL_InitPassWord");
         MakeLayout();
@@ -37,14 +40,16 @@ public:
     /// The document as it was made, under the name that a run opens.
     void Lay() const
     {
-        std::filesystem::copy_file(folder_ + "/oud.mdb", folder_ + "/document.mdb", std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy_file(folder_ + "/oud.mdb", folder_ + "/document.mdb",
+                                   std::filesystem::copy_options::overwrite_existing);
     }
 
     void ConvertAndSave()
     {
         Variant document(Path("document.mdb")), type(u"BENCH"), layout(Path("layout.mdb"));
         working_ = u"";
-        Variant status(std::int16_t{0}), version(std::int16_t{0}), layoutVersion(std::int16_t{0}), code(std::int16_t{0});
+        Variant status(std::int16_t{0}), version(std::int16_t{0}), layoutVersion(std::int16_t{0}),
+            code(std::int16_t{0});
         Call(library_, u"DBL_OpenDatabase", document, working_, type, layout, status, version, layoutVersion, code);
         Expect(code, "DBL_OpenDatabase");
         Call(library_, u"DBL_OpslaanDatabase", working_, document, layout, type, code);
@@ -77,30 +82,38 @@ private:
         return ToObject(Call(workspace, u"OpenDatabase", Path(name), true, false, connect));
     }
 
-    void Execute(const ObjectRef& database, const std::string& sql) { Call(database, u"Execute", FromUtf8(sql), std::int32_t{128}); }
+    void Execute(const ObjectRef& database, const std::string& sql)
+    {
+        Call(database, u"Execute", FromUtf8(sql), std::int32_t{128});
+    }
 
     void MakeLayout()
     {
         const ObjectRef database = Database("layout.mdb", true);
         Execute(database, "CREATE TABLE Info (FileType TEXT(10), Versie SHORT)");
         Execute(database,
-                "CREATE TABLE LayOut (RecNr LONG, FileType TEXT(10), TabelNaam TEXT(30), VeldNaam TEXT(30), VeldType SHORT, VeldLengte SHORT, VeldAttribuut SHORT, "
+                "CREATE TABLE LayOut (RecNr LONG, FileType TEXT(10), TabelNaam TEXT(30), VeldNaam TEXT(30), VeldType "
+                "SHORT, VeldLengte SHORT, VeldAttribuut SHORT, "
                 "NulWaardeToegestaan BIT)");
-        Execute(database, "CREATE TABLE Indexen (FileType TEXT(10), TabelNaam TEXT(30), VeldNaam TEXT(30), IndexNaam TEXT(30), [Primary] SHORT, Uniek SHORT, Volgorde SHORT)");
         Execute(database,
-                "CREATE TABLE Relaties (FileType TEXT(10), RelatieNaam TEXT(40), TabelNaam1 TEXT(30), TabelNaam2 TEXT(30), VeldNaam1 TEXT(30), VeldNaam2 TEXT(30), "
+                "CREATE TABLE Indexen (FileType TEXT(10), TabelNaam TEXT(30), VeldNaam TEXT(30), IndexNaam TEXT(30), "
+                "[Primary] SHORT, Uniek SHORT, Volgorde SHORT)");
+        Execute(database,
+                "CREATE TABLE Relaties (FileType TEXT(10), RelatieNaam TEXT(40), TabelNaam1 TEXT(30), TabelNaam2 "
+                "TEXT(30), VeldNaam1 TEXT(30), VeldNaam2 TEXT(30), "
                 "Attribuut LONG, Volgorde SHORT)");
-        Execute(database, "CREATE TABLE Queries (FileType TEXT(10), QueryNaam TEXT(20), QueryParameters MEMO, QueryInhoud MEMO)");
+        Execute(database,
+                "CREATE TABLE Queries (FileType TEXT(10), QueryNaam TEXT(20), QueryParameters MEMO, QueryInhoud MEMO)");
         Execute(database, "INSERT INTO Info (FileType, Versie) VALUES ('BENCH', 1)");
         int record = 1000;
-        const auto field = [&](const std::string& table, const char* name, int type, int length)
-        {
-            Execute(database, "INSERT INTO LayOut (RecNr, FileType, TabelNaam, VeldNaam, VeldType, VeldLengte, VeldAttribuut, NulWaardeToegestaan) VALUES (" +
-                                  std::to_string(record++) + ", 'BENCH', '" + table + "', '" + name + "', " + std::to_string(type) + ", " + std::to_string(length) +
-                                  ", 2, True)");
+        const auto field = [&](const std::string& table, const char* name, int type, int length) {
+            Execute(database,
+                    "INSERT INTO LayOut (RecNr, FileType, TabelNaam, VeldNaam, VeldType, VeldLengte, VeldAttribuut, "
+                    "NulWaardeToegestaan) VALUES (" +
+                        std::to_string(record++) + ", 'BENCH', '" + table + "', '" + name + "', " +
+                        std::to_string(type) + ", " + std::to_string(length) + ", 2, True)");
         };
-        for (int table = 0; table < tableCount; ++table)
-        {
+        for (int table = 0; table < tableCount; ++table) {
             const std::string name = TableName(table);
             field(name, "Id", 4, 4);
             field(name, "Nummer", 4, 4);
@@ -128,7 +141,8 @@ private:
         const ObjectRef workspace = ToObject(Get(engine_, u"Workspaces", std::int32_t{0}));
         const ObjectRef database = Database("oud.mdb", false);
         Call(workspace, u"BeginTrans");
-        Execute(database, "INSERT INTO Info (Versie, BestandType, BestandNaam, InGebruikDoor) VALUES (1, 'BENCH', ' ', ' ')");
+        Execute(database,
+                "INSERT INTO Info (Versie, BestandType, BestandNaam, InGebruikDoor) VALUES (1, 'BENCH', ' ', ' ')");
         for (int table = 0; table < tableCount; ++table) Fill(database, table);
         Call(workspace, u"CommitTrans");
         Call(database, u"Close");
@@ -140,10 +154,12 @@ private:
 
     void Fill(const ObjectRef& database, int table)
     {
-        const ObjectRef recordset = ToObject(Call(database, u"OpenRecordset", FromUtf8(TableName(table)), std::int32_t{1}));
-        const auto set = [&](TextView name, Variant value) { Put(ToObject(Get(ToObject(Get(recordset, u"Fields")), u"Item", name)), u"Value", std::move(value)); };
-        for (int row = 0; row < rowsPerTable; ++row)
-        {
+        const ObjectRef recordset =
+            ToObject(Call(database, u"OpenRecordset", FromUtf8(TableName(table)), std::int32_t{1}));
+        const auto set = [&](TextView name, Variant value) {
+            Put(ToObject(Get(ToObject(Get(recordset, u"Fields")), u"Item", name)), u"Value", std::move(value));
+        };
+        for (int row = 0; row < rowsPerTable; ++row) {
             const SampleRow values = MakeRow(table, row);
             Call(recordset, u"AddNew");
             set(u"Id", values.id);
@@ -173,15 +189,14 @@ int Run(int runs)
 
     Platform& platform = NativePlatform();
     ClassRegistry classes;
-    RegisterEngine(classes, platform.files, platform.files.FromNative(pattern) + u"\\");
+    RegisterEngine(classes, platform, platform.files.FromNative(pattern) + u"\\");
     RegisterClasses(classes, platform);
 
     Road road(classes, platform, pattern);
     SqliteTwin twin(pattern);
     twin.MakeDocument();
     Pair pair;
-    for (int run = 0; run < runs; ++run)
-    {
+    for (int run = 0; run < runs; ++run) {
         road.Lay();
         pair.ours.push_back(Measure([&] { road.ConvertAndSave(); }));
         road.Release();

@@ -69,6 +69,21 @@ bool IsDay(const CalendarDate& parts)
     return back.month == parts.month && back.day == parts.day;
 }
 
+int WeekdayOf(int day, int firstWeekday)
+{
+    return day - firstWeekday - FloorDivide(day - firstWeekday, 7) * 7 + 1;
+}
+
+/// The day on which week 1 of a year begins.
+int WeekOneStart(int year, const WeekRule& rule)
+{
+    const int january = SerialDay(year, 1, 1);
+    const int before = WeekdayOf(january, rule.firstWeekday) - 1;  // days in the old year
+    const bool counts = rule.first == WeekRule::First::OfJanuaryFirst || before == 0 ||
+                        (rule.first == WeekRule::First::OfFourDays && before <= 3);
+    return january - before + (counts ? 0 : 7);
+}
+
 bool IsTime(const CalendarDate& parts)
 {
     return parts.hour >= 0 && parts.hour < 24 && parts.minute >= 0 && parts.minute < 60 && parts.second >= 0 &&
@@ -125,10 +140,21 @@ Date TimeSerial(std::int16_t hour, std::int16_t minute, std::int16_t second)
     return {seconds / double{secondsOfDay}};
 }
 
-int Weekday(Date date)
+int Weekday(Date date, int firstWeekday)
+{
+    return WeekdayOf(CheckedDay(date), firstWeekday);
+}
+
+int WeekOfYear(Date date, const WeekRule& rule)
 {
     const int day = CheckedDay(date);
-    return (day - 1) - FloorDivide(day - 1, 7) * 7 + 1;
+    const int year = SplitDay(day).year;
+    int start = WeekOneStart(year, rule);
+    if (day < start)
+        start = WeekOneStart(year - 1, rule);
+    else if (rule.first != WeekRule::First::OfJanuaryFirst && day >= WeekOneStart(year + 1, rule))
+        return 1;
+    return (day - start) / 7 + 1;
 }
 
 int DayOfYear(Date date)

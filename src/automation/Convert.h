@@ -67,15 +67,30 @@ CalendarDate SplitDate(Date date);  // rounds to whole seconds; 6 outside the ra
 Date DateSerial(std::int16_t year, std::int16_t month,
                 std::int16_t day);  // carries, two-digit years 0-29 and 30-99; 5 outside the range
 Date TimeSerial(std::int16_t hour, std::int16_t minute, std::int16_t second);
-int Weekday(Date date);    // Sunday = 1
 int DayOfYear(Date date);  // 1 January is 1
+
+/// How weeks are counted.
+struct WeekRule
+{
+    enum class First
+    {
+        OfJanuaryFirst = 1,
+        OfFourDays = 2,
+        Full = 3,
+    };
+    int firstWeekday = 1;  // 1 Sunday, 2 Monday ...
+    First first = First::OfJanuaryFirst;
+};
+int Weekday(Date date, int firstWeekday = 1);          // 1 to 7, counted from the day that weeks begin with
+int WeekOfYear(Date date, const WeekRule& rule = {});  // of the old or the next year at its edges, as the rule says
 /// The date of a day of the calendar and a time of it; nothing when there is no such day or time.
 std::optional<Date> JoinDate(const CalendarDate& parts);
 /// A year of one or two digits in its century: 0-29 is 2000-2029, 30-99 is 1930-1999; others stay.
 int FullYear(int year);
 
 /// Format of a number or date with a picture or a named format, in the locale; half away from zero.
+/// @param weeks  what the marks w and ww of a date count by
 Text Format(const Variant& value, TextView picture, const Locale& numbers = Locale::User(),
-            const Locale& dates = Locale::UserDates());
+            const Locale& dates = Locale::UserDates(), const WeekRule& weeks = {});
 
 }  // namespace vmlib

@@ -87,6 +87,8 @@ Text FormatText(Text text, TextView picture)
             else
                 ++places;
             blanks.push_back(next == u'@');
+        } else if (literal.empty()) {
+            continue;
         } else {
             blanks.push_back(false);
         }
@@ -222,9 +224,9 @@ bool TakeLiteral(TextView& rest, Text& text)
     return true;
 }
 
-Text Format(const Variant& value, TextView picture, const Locale& numbers, const Locale& dates)
+Text Format(const Variant& value, TextView picture, const Locale& numbers, const Locale& dates, const WeekRule& weeks)
 {
-    if (value.IsObject()) return Format(DefaultValue(value), picture, numbers, dates);
+    if (value.IsObject()) return Format(DefaultValue(value), picture, numbers, dates, weeks);
     if (value.IsEmpty() || value.IsNull()) return FormatEmpty(picture);
     if (value.IsArray() || value.Holds<ErrorCode>()) throw Error(ErrorNumber::TypeMismatch);
     if (picture.empty() || EqualIgnoringCase(picture, u"General Number")) {
@@ -242,7 +244,7 @@ Text Format(const Variant& value, TextView picture, const Locale& numbers, const
 
     if (kind == PictureKind::Date) {
         const auto date = DateOf(value, dates);
-        return date ? FormatDate(*date, datePicture.empty() ? picture : datePicture, dates) : ToText(value);
+        return date ? FormatDate(*date, datePicture.empty() ? picture : datePicture, dates, weeks) : ToText(value);
     }
     if (kind == PictureKind::Text) return FormatText(ToText(value), picture);
     const auto digits = DigitsOf(value, numbers);

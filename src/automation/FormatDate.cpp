@@ -16,13 +16,6 @@ Text Padded(int number, std::size_t digits)
     return text;
 }
 
-int WeekOfYear(Date date)
-{
-    const int dayOfYear = DayOfYear(date);
-    const int weekdayOfFirst = Weekday({std::trunc(date.serial) - (dayOfYear - 1)});
-    return (dayOfYear - 1 + weekdayOfFirst - 1) / 7 + 1;
-}
-
 struct HalfMark
 {
     TextView mark, morning, afternoon;
@@ -37,11 +30,12 @@ constexpr HalfMark halfMarks[] = {
 class DateFormatter
 {
 public:
-    DateFormatter(Date date, TextView picture, const Locale& locale)
+    DateFormatter(Date date, TextView picture, const Locale& locale, const WeekRule& weeks)
         : date_(WholeSeconds(date)),
           parts_(SplitDate(date)),
           rest_(picture),
           locale_(locale),
+          weeks_(weeks),
           twelveHours_(HasHalfMark(picture))
     {
     }
@@ -158,7 +152,7 @@ private:
                 text_ += Decimal((parts_.month + 2) / 3);
                 break;
             case u'w':
-                text_ += Decimal(count == 1 ? Weekday(date_) : WeekOfYear(date_));
+                text_ += Decimal(count == 1 ? Weekday(date_, weeks_.firstWeekday) : WeekOfYear(date_, weeks_));
                 break;
             case u'h':
                 text_ += Padded(twelveHours_ ? (parts_.hour + 11) % 12 + 1 : parts_.hour, count);
@@ -212,6 +206,7 @@ private:
     CalendarDate parts_;
     TextView rest_;
     const Locale& locale_;
+    const WeekRule& weeks_;
     bool twelveHours_;
     bool afterHour_ = false;
     Text text_;
@@ -219,9 +214,9 @@ private:
 
 }  // namespace
 
-Text FormatDate(Date date, TextView picture, const Locale& locale)
+Text FormatDate(Date date, TextView picture, const Locale& locale, const WeekRule& weeks)
 {
-    return DateFormatter(date, picture, locale).Format();
+    return DateFormatter(date, picture, locale, weeks).Format();
 }
 
 Text DateToText(Date value, const Locale& locale)

@@ -7,7 +7,7 @@
 namespace vmlib {
 
 /// A date by a picture of d, m, y, h, n, s, q, w, "AM/PM" and literals.
-Text FormatDate(Date date, TextView picture, const Locale& locale);
+Text FormatDate(Date date, TextView picture, const Locale& locale, const WeekRule& weeks = {});
 
 /// A number by the sections "positive;negative;zero" of a picture of 0, #, point, comma, %, E and literals.
 Text FormatNumber(const DecimalDigits& number, TextView picture, const Locale& locale);

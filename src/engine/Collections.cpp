@@ -1,6 +1,7 @@
 #include "engine/Collections.h"
 
 #include "automation/Convert.h"
+#include "jet/Names.h"
 
 namespace vmlib::engine {
 
@@ -73,7 +74,7 @@ std::optional<std::size_t> CollectionObject::PositionOf(TextView name)
         if (EqualIgnoringCase(NameAt(i), name)) return i;
     // A name may have been stored padded with blanks and be asked for trimmed, or the other way round.
     for (std::size_t i = 0; i < size; ++i)
-        if (EqualIgnoringCase(TrimRight(NameAt(i)), TrimRight(name))) return i;
+        if (jet::SameName(NameAt(i), name)) return i;
     return std::nullopt;
 }
 

@@ -175,6 +175,12 @@ const jet::ColumnDefinition* Cursor::ColumnOf(std::size_t column)
     return origin ? &shape.tables[origin->table].table->Definition().columns.at(origin->column) : nullptr;
 }
 
+const jet::ColumnDefinition* Cursor::DesignOf(std::size_t column)
+{
+    const jet::ColumnDefinition* changed = ColumnOf(column);
+    return changed ? changed : Shape().designs[column].get();
+}
+
 jet::Value Cursor::Read(std::size_t column)
 {
     RowSource& source = Source();

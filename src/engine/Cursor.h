@@ -78,8 +78,10 @@ public:
     /// @throws Error 3020 outside Edit and AddNew, 3421, 3163, 3315, 3164 for an AutoNumber, 3219 for a computed column
     void Write(std::size_t column, const Variant& value);
     bool CanWrite(std::size_t column);
-    /// The column of a base table that an output column is; null for a computed one.
+    /// The column of a base table that an output column changes; null when it changes none.
     const jet::ColumnDefinition* ColumnOf(std::size_t column);
+    /// The design of the stored column that an output column shows; null for a computed one.
+    const jet::ColumnDefinition* DesignOf(std::size_t column);
 
     // Changes. @throws Error 3251, 3027, and what the row's rules raise
     bool IsUpdatable();

@@ -5,6 +5,7 @@
 #include "engine/Queries.h"
 #include "engine/StatementRunner.h"
 #include "engine/Values.h"
+#include "jet/Names.h"
 
 namespace vmlib::engine {
 namespace {
@@ -30,6 +31,7 @@ public:
     void Run(const sql::CreateIndexStatement& statement)
     {
         RequireTable(statement.table);
+        RequireNewIndex(statement.table, statement.index);
         jet::NewIndex index;
         index.name = statement.index;
         index.columns = IndexColumns(statement.table, statement.fields);
@@ -75,18 +77,15 @@ private:
         RequireUnused(database_, name);
     }
 
+    void RequireNewIndex(const Text& table, const Text& name)
+    {
+        if (storage_.OpenTable(table)->Definition().IndexNamed(name))
+            throw Error(ErrorNumber::IndexNameTaken, {table, name});
+    }
+
     static jet::ColumnDefinition ColumnOf(const sql::ColumnSpecification& wanted)
     {
-        constexpr std::uint16_t usualTextSize = 255;
-        jet::ColumnDefinition column;
-        column.name = wanted.name;
-        column.type = ToColumnType(wanted.type);
-        column.autoNumber = wanted.autoNumber;
-        if (const auto size = jet::FixedSize(column.type))
-            column.size = *size;
-        else if (!jet::IsLongValue(column.type))
-            column.size = wanted.size.value_or(usualTextSize);
-        if (column.size > usualTextSize) throw Error(ErrorNumber::SizeTooLong, {wanted.name});
+        jet::ColumnDefinition column = NewColumn(wanted.name, wanted.type, wanted.autoNumber, wanted.size.value_or(0));
         if (wanted.notNull) column.properties.SetBoolean(u"Required", true);
         return column;
     }
@@ -125,6 +124,7 @@ private:
         index.unique = true;
         index.required = index.primary;
         index.name = NameOf(constraint, table);
+        RequireNewIndex(table, index.name);
         index.columns = IndexColumns(table, fields);
         storage_.CreateIndex(table, index);
     }
@@ -135,13 +135,31 @@ private:
         relation.name = NameOf(constraint, table);
         relation.table = constraint.foreignTable;
         relation.foreignTable = table;
+        RequireNewRelation(relation.name);
         std::vector<Text> parents = constraint.foreignFields;
         if (!storage_.FindObject(constraint.foreignTable, tableObject))
             throw Error(ErrorNumber::TableMissing, {constraint.foreignTable});
         if (parents.empty()) parents = PrimaryKeyOf(constraint.foreignTable);
         if (parents.size() != constraint.fields.size()) throw Error(ErrorNumber::RelationFieldsDiffer);
         for (std::size_t i = 0; i < parents.size(); ++i) relation.fields.emplace_back(parents[i], constraint.fields[i]);
-        storage_.CreateRelation(relation);
+        CreateRelation(relation);
+    }
+
+    void RequireNewRelation(const Text& name)
+    {
+        for (const auto& relation : storage_.Relations())
+            if (jet::SameName(relation.name, name)) throw Error(ErrorNumber::RelationExists, {name});
+    }
+
+    /// The same lack has another number here than where a relation is appended.
+    void CreateRelation(const jet::RelationDefinition& relation)
+    {
+        try {
+            storage_.CreateRelation(relation);
+        } catch (const Error& error) {
+            if (error.Number() != static_cast<std::int32_t>(ErrorNumber::NoUniqueIndex)) throw;
+            throw Error(ErrorNumber::NotUniquelyIndexed, {relation.table});
+        }
     }
 
     std::vector<Text> PrimaryKeyOf(const Text& table)
@@ -161,7 +179,8 @@ private:
     void DropConstraint(const Text& table, const Text& name)
     {
         for (const auto& relation : storage_.Relations())
-            if (EqualIgnoringCase(relation.name, name)) return storage_.DropRelation(name);
+            if (jet::SameName(relation.name, name) && jet::SameName(relation.foreignTable, table))
+                return storage_.DropRelation(name);
         if (!storage_.OpenTable(table)->Definition().IndexNamed(name))
             throw Error(ErrorNumber::NoSuchTableOrConstraint, {name});
         storage_.DropIndex(table, name);
@@ -176,7 +195,7 @@ private:
         for (int number = 1;; ++number) {
             Text name = u"Index_" + Decimal(number);
             const bool taken = std::ranges::any_of(
-                relations, [&](const auto& relation) { return EqualIgnoringCase(relation.name, name); });
+                relations, [&](const auto& relation) { return jet::SameName(relation.name, name); });
             if (!taken && !opened->Definition().IndexNamed(name)) return name;
         }
     }

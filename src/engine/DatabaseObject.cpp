@@ -99,9 +99,9 @@ Variant DatabaseObject::TheRecordsets(const Optional& index)
     return CollectionOrItem(std::make_shared<Recordsets>(TheSession(), database_), index);
 }
 
-ObjectRef DatabaseObject::OpenRecordset(const Text& name, Optional type, Optional options, Optional)
+ObjectRef DatabaseObject::OpenRecordset(const Text& name, Optional type, Optional options, Optional lockEdit)
 {
-    return OpenByName(database_, name, type, options, {});
+    return OpenByName(database_, name, type, WithLockEdit(options, lockEdit), {});
 }
 
 void DatabaseObject::Execute(const Text& query, Optional options)

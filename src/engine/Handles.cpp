@@ -22,7 +22,7 @@ std::vector<std::shared_ptr<T>> Living(std::vector<std::weak_ptr<T>>& list)
 }  // namespace
 
 WorkspaceHandle::WorkspaceHandle(SessionRef session)
-    : session_(std::move(session)), storage_(session_->FilesPort(), session_->TemporaryFolder())
+    : session_(std::move(session)), storage_(session_->FilesPort(), session_->TemporaryFolder(), session_->Now())
 {
 }
 

@@ -56,6 +56,7 @@ public:
     jet::NewIndex ToNewIndex(const jet::TableDefinition& table);
     void Bind(TableDesignRef table);
     bool IsBound() const { return table_ != nullptr; }
+    bool HasFields() const { return !fields_->Items().empty(); }
 
 private:
     void RequireFree() const;

@@ -8,10 +8,19 @@ namespace {
 
 RowShape ShapeOf(const Selection& selection, KeysetRows::Keep keep)
 {
-    const bool keepsValues = keep == KeysetRows::Keep::Values;
-    return {
-        selection.Columns(), keepsValues ? std::vector<TableRef>() : selection.Tables(),
-        keepsValues ? std::vector<std::optional<Selection::Origin>>(selection.Columns().size()) : selection.Origins()};
+    RowShape shape;
+    shape.columns = selection.Columns();
+    if (keep == KeysetRows::Keep::Pointers) {
+        shape.tables = selection.Tables();
+        shape.origins = selection.Origins();
+    }
+    shape.origins.resize(shape.columns.size());
+    shape.designs.resize(shape.columns.size());
+    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
+        const jet::ColumnDefinition* design = shape.origins[i] ? nullptr : selection.DesignOf(i);
+        if (design) shape.designs[i] = std::make_shared<const jet::ColumnDefinition>(*design);
+    }
+    return shape;
 }
 
 }  // namespace

@@ -173,11 +173,11 @@ Variant QueryDefObject::Fields(const Optional& index)
     return CollectionOrItem(fields, index);
 }
 
-ObjectRef QueryDefObject::OpenRecordset(Optional type, Optional options, Optional)
+ObjectRef QueryDefObject::OpenRecordset(Optional type, Optional options, Optional lockEdit)
 {
     RequireOpen();
-    return OpenSelect(database_, name_.empty() ? sql_ : name_, RequireSelect(Statement()), type, options,
-                      ParameterValues());
+    return OpenSelect(database_, name_.empty() ? sql_ : name_, RequireSelect(Statement()), type,
+                      WithLockEdit(options, lockEdit), ParameterValues());
 }
 
 void QueryDefObject::Execute(Optional options)
@@ -204,6 +204,13 @@ std::vector<std::shared_ptr<QueryDefObject>> QueryDefs::Load()
     for (const auto& query : database_->Storage().Queries())
         queries.push_back(std::make_shared<QueryDefObject>(database_, query.name, Text(), true));
     return queries;
+}
+
+ObjectRef QueryDefs::At(std::size_t position)
+{
+    auto& query = Items()[position];
+    if (!query->IsOpen()) query = std::make_shared<QueryDefObject>(database_, query->Name(), Text(), true);
+    return query;
 }
 
 void QueryDefs::Add(const std::shared_ptr<QueryDefObject>& query)

@@ -66,6 +66,7 @@ public:
     QueryDefObject(DatabaseRef database, TextView name, TextView sql, bool isStored);
     static const MemberTable& Members();
 
+    bool IsOpen() const { return isOpen_; }
     Text Name() { return name_; }
     void SetName(const Text& name);
     Text Sql();
@@ -109,6 +110,8 @@ public:
 
 protected:
     std::vector<std::shared_ptr<QueryDefObject>> Load() override;
+    /// Close ends an object, not the stored query: the next one asked for is new.
+    ObjectRef At(std::size_t position) override;
     void Store(const std::shared_ptr<QueryDefObject>& query) override;
     void Remove(const std::shared_ptr<QueryDefObject>& query) override;
 

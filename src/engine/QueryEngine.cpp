@@ -6,6 +6,7 @@
 #include "engine/Queries.h"
 #include "engine/Utf8Ansi.h"
 #include "engine/Values.h"
+#include "jet/Names.h"
 #include "jet/Opening.h"
 #include "sql/Parser.h"
 #include "sql/SqliteErrors.h"
@@ -101,7 +102,7 @@ sqlite3* QueryEngine::Connection()
         throw Error(ErrorNumber::OutOfMemory);
     }
     connection_ = connection;
-    sql::RegisterFunctions(connection_, OrderOf(Langid()));
+    sql::RegisterFunctions(connection_, OrderOf(Langid()), database_.TheSession()->Now());
     RegisterJetModule(connection_, *this);
     return connection_;
 }
@@ -127,13 +128,18 @@ std::shared_ptr<jet::Database> QueryEngine::DatabaseAt(const sql::Place& place)
 
 std::shared_ptr<jet::Database> QueryEngine::OpenForeign(const Text& path, const std::optional<Text>& password)
 {
-    Text used = password.value_or(database_.Password());
+    const auto opened = [&](const Text& used) {
+        return database_.TheWorkspace()->Storage().Open(path, {.readOnly = database_.IsReadOnly(), .password = used});
+    };
+    // A password that the statement gives is the one that counts, also where the file is open with the right one.
+    if (password) return opened(*password);
+    Text used = database_.Password();
     for (const auto& open : database_.TheWorkspace()->Databases()) {
         if (!EqualIgnoringCase(open->Name(), path)) continue;
         if (open->IsReadOnly() == database_.IsReadOnly()) return open->SharedStorage();
-        if (!password) used = open->Password();
+        used = open->Password();
     }
-    return database_.TheWorkspace()->Storage().Open(path, {.readOnly = database_.IsReadOnly(), .password = used});
+    return opened(used);
 }
 
 TableRef QueryEngine::Open(TextView table, const sql::Place& place)
@@ -147,7 +153,7 @@ std::optional<jet::Database::StoredQuery> QueryEngine::FindQuery(TextView name, 
     const auto storage = DatabaseAt(place);
     if (!storage->FindObject(name, queryObject)) return std::nullopt;
     for (auto& query : storage->Queries())
-        if (EqualIgnoringCase(TrimRight(query.name), TrimRight(name))) return std::move(query);
+        if (jet::SameName(query.name, name)) return std::move(query);
     return std::nullopt;
 }
 

@@ -38,7 +38,7 @@ std::int32_t RecordsetField::Size()
 
 std::int32_t RecordsetField::Attributes()
 {
-    const jet::ColumnDefinition* column = cursor_->ColumnOf(column_);
+    const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
     const bool isFixed = jet::FixedSize(ToColumnType(Output().type)).has_value();
     std::int32_t attributes = column ? AttributesOf(*column) : (isFixed ? fixedField : variableField);
     if (Output().autoNumber) attributes |= autoIncrementField;
@@ -48,19 +48,19 @@ std::int32_t RecordsetField::Attributes()
 
 bool RecordsetField::Required()
 {
-    const jet::ColumnDefinition* column = cursor_->ColumnOf(column_);
+    const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
     return column && column->Required();
 }
 
 bool RecordsetField::AllowZeroLength()
 {
-    const jet::ColumnDefinition* column = cursor_->ColumnOf(column_);
+    const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
     return column && column->AllowZeroLength().value_or(false);
 }
 
 Text RecordsetField::StringProperty(TextView name)
 {
-    const jet::ColumnDefinition* column = cursor_->ColumnOf(column_);
+    const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
     return column ? column->properties.String(name).value_or(Text()) : Text();
 }
 
@@ -81,7 +81,7 @@ Text RecordsetField::ValidationText()
 
 std::int32_t RecordsetField::CollatingOrder()
 {
-    const jet::ColumnDefinition* column = cursor_->ColumnOf(column_);
+    const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
     return column ? column->locale.langid : cursor_->TheDatabase().Storage().GetFacts().locale.langid;
 }
 

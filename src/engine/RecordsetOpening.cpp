@@ -27,7 +27,10 @@ std::optional<RecordsetType> TypeOf(const Optional& type, std::int32_t options)
 
 std::int32_t OptionsOf(const Optional& options)
 {
-    return options.Given() ? ToLong(options.value) : 0;
+    const std::int32_t flags = options.Given() ? ToLong(options.value) : 0;
+    constexpr std::int32_t both = inconsistentOption | consistentOption;
+    if ((flags & both) == both) throw Error(ErrorNumber::InvalidArgument);
+    return flags;
 }
 
 /// Runs the query and keeps its rows as the type of recordset asks.
@@ -69,6 +72,14 @@ std::vector<Text> TablesOf(const std::vector<sql::Source>& sources)
 }
 
 }  // namespace
+
+Optional WithLockEdit(const Optional& options, const Optional& lockEdit)
+{
+    if (!lockEdit.Given() || ToLong(lockEdit.value) != readOnlyOption) return options;
+    const std::int32_t flags = OptionsOf(options);
+    if ((flags & readOnlyOption) != 0) throw Error(ErrorNumber::InvalidArgument);
+    return Optional{Variant(flags | readOnlyOption)};
+}
 
 std::shared_ptr<RecordsetObject> OpenSelect(const DatabaseRef& database, const Text& name,
                                             sql::SelectStatement statement, const Optional& type,

@@ -10,6 +10,8 @@ struct RowShape
     std::vector<sql::OutputColumn> columns;
     std::vector<TableRef> tables;                           // base tables; empty when nothing can be changed
     std::vector<std::optional<Selection::Origin>> origins;  // of plain columns: table and position there
+    /// Of stored columns without origin: a copy of the design, since the table is not held; null for computed ones.
+    std::vector<std::shared_ptr<const jet::ColumnDefinition>> designs;
 };
 
 /// The rows of a recordset in their order, one of them current. Knows no edit buffer and no BOF or EOF.

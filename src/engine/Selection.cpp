@@ -121,6 +121,18 @@ void Selection::FindOrigins()
     }
 }
 
+const jet::ColumnDefinition* Selection::DesignOf(std::size_t column) const
+{
+    const sql::OutputColumn& output = columns_[column];
+    if (output.sourceField.empty()) return nullptr;
+    for (const TableRef& read : read_) {
+        const jet::TableDefinition& table = read.table->Definition();
+        if (!EqualIgnoringCase(table.name, output.sourceTable)) continue;
+        if (const auto position = table.ColumnNamed(output.sourceField)) return &table.columns[*position];
+    }
+    return nullptr;
+}
+
 std::unique_ptr<RowStream> Selection::Run(const std::vector<bool>& wanted) const
 {
     if (!isPlain_) {

@@ -45,6 +45,8 @@ public:
         std::size_t column = 0;
     };
     const std::vector<std::optional<Origin>>& Origins() const { return origins_; }
+    /// The stored column that an output column shows, also where rows cannot be changed; null for a computed one.
+    const jet::ColumnDefinition* DesignOf(std::size_t column) const;
 
     /// @param wanted  columns whose values will be read; empty: all
     std::unique_ptr<RowStream> Run(const std::vector<bool>& wanted = {}) const;

@@ -10,14 +10,18 @@
 
 namespace vmlib::engine {
 
-/// What all objects of one engine share: where files are, and the errors of the last failing operation.
+/// What all objects of one engine share: where files are, the clock, and the errors of the last failing operation.
 class Session
 {
 public:
-    Session(Files& files, TextView temporaryFolder) : files_(files), temporaryFolder_(temporaryFolder) {}
+    Session(Files& files, TextView temporaryFolder, Clock now)
+        : files_(files), temporaryFolder_(temporaryFolder), now_(std::move(now))
+    {
+    }
 
     Files& FilesPort() const { return files_; }
     const Text& TemporaryFolder() const { return temporaryFolder_; }
+    const Clock& Now() const { return now_; }
 
     /// Runs one late-bound call. What escapes it is an Error with a source ("DAO.Recordset"); engine errors (3000 and
     /// up) replace what the Errors collection held, other errors leave it alone, a success too.
@@ -28,6 +32,7 @@ public:
 private:
     Files& files_;
     Text temporaryFolder_;
+    Clock now_;
     std::vector<Error> lastErrors_;
 };
 

@@ -28,21 +28,6 @@ bool IsTroubleOfARow(const Error& error)
     return numbers.contains(error.Number());
 }
 
-constexpr std::uint16_t sizeOfComputedText = 255;
-
-jet::ColumnDefinition ColumnOf(const sql::OutputColumn& output)
-{
-    jet::ColumnDefinition column;
-    column.name = output.name;
-    column.type = ToColumnType(output.type);
-    column.autoNumber = output.autoNumber;
-    if (const auto size = jet::FixedSize(column.type))
-        column.size = *size;
-    else if (!jet::IsLongValue(column.type))
-        column.size = output.size > 0 ? output.size : sizeOfComputedText;
-    return column;
-}
-
 }  // namespace
 
 std::int32_t StatementRunner::Run(const sql::Statement& statement)
@@ -161,7 +146,7 @@ std::int32_t StatementRunner::MakeTable(const sql::SelectStatement& statement)
     int counters = 0;
     for (const auto& output : selection.Columns()) {
         targets.push_back(wanted.columns.size());
-        wanted.columns.push_back(ColumnOf(output));
+        wanted.columns.push_back(NewColumn(output.name, output.type, output.autoNumber, output.size));
         wanted.columns.back().ordinalPosition = static_cast<std::uint16_t>(targets.back());
         if (output.autoNumber && ++counters > 1) throw Error(ErrorNumber::TwoAutoNumbers);
     }

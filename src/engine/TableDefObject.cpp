@@ -75,6 +75,7 @@ std::vector<std::shared_ptr<IndexObject>> TableIndexes::Load()
 void TableIndexes::Store(const std::shared_ptr<IndexObject>& index)
 {
     if (index->IsBound()) throw Error(ErrorNumber::IndexAlreadyInCollection);
+    if (!index->HasFields()) throw Error(ErrorNumber::NoFieldDefined);
     for (const auto& other : Items()) {
         if (EqualIgnoringCase(other->Name(), index->Name())) throw Error(ErrorNumber::IndexExists);
         if (other->Primary() && index->Primary()) throw Error(ErrorNumber::PrimaryKeyExists);

@@ -282,6 +282,21 @@ jet::ColumnType ToColumnType(sql::ValueType type)
     return type == sql::ValueType::Value ? jet::ColumnType::Text : static_cast<jet::ColumnType>(type);
 }
 
+jet::ColumnDefinition NewColumn(const Text& name, sql::ValueType type, bool autoNumber, std::uint16_t size)
+{
+    constexpr std::uint16_t greatestSize = 255;
+    jet::ColumnDefinition column;
+    column.name = name;
+    column.type = ToColumnType(type);
+    column.autoNumber = autoNumber;
+    if (const auto fixed = jet::FixedSize(column.type))
+        column.size = *fixed;
+    else if (!jet::IsLongValue(column.type))
+        column.size = size > 0 ? size : greatestSize;
+    if (column.size > greatestSize) throw Error(ErrorNumber::SizeTooLong, {name});
+    return column;
+}
+
 sql::ValueType ToValueType(jet::ColumnType type)
 {
     return static_cast<sql::ValueType>(type);

@@ -43,6 +43,8 @@ std::optional<Guid> TextToGuid(TextView text);
 /// DAO's field type of an expression type; what is only known row by row reads as text.
 jet::ColumnType ToColumnType(sql::ValueType type);
 sql::ValueType ToValueType(jet::ColumnType type);
+/// The column that a statement makes. @param size  of text and binary; 0: the greatest, 255
+jet::ColumnDefinition NewColumn(const Text& name, sql::ValueType type, bool autoNumber, std::uint16_t size);
 
 /// Between the storage and SQLite, in the forms that sql/SqliteValues.h lists.
 void SetResult(sqlite3_context* context, const jet::Value& value);

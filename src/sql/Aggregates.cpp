@@ -86,10 +86,13 @@ template <bool sample, bool root>
 void FinishMoments(sqlite3_context* context)
 {
     const auto* moments = static_cast<const Moments*>(sqlite3_aggregate_context(context, 0));
-    const double divisor = moments == nullptr ? 0 : moments->count - (sample ? 1 : 0);
+    if (moments == nullptr) return sqlite3_result_null(context);
+    const double divisor = moments->count - (sample ? 1 : 0);
     if (divisor <= 0) return sqlite3_result_null(context);
     const double variance = moments->squares / divisor;
-    sqlite3_result_double(context, root ? std::sqrt(variance) : variance);
+    // Infinity tells the caller of an overflow; SQLite would make Null of a value that is no number.
+    const double result = std::isnan(variance) ? HUGE_VAL : root ? std::sqrt(variance) : variance;
+    sqlite3_result_double(context, result);
 }
 
 constexpr std::array<AggregateInfo, 11> aggregates = {{

@@ -21,7 +21,7 @@ public:
     };
 
     ExpressionTranslator(TranslationState& state, const Scope& scope, Clause clause)
-        : state_(state), scope_(scope), clause_(std::move(clause))
+        : state_(state), scope_(scope), clause_(clause)
     {
     }
 
@@ -36,6 +36,7 @@ public:
     const std::vector<std::size_t>& UsedSources() const { return usedSources_; }
 
 private:
+    Typed Unchecked(const Expression& expression);
     Typed Node(const Expression& expression);
 
     // TranslateExpression.cpp

@@ -19,18 +19,18 @@ struct Registered
     const FunctionContext* context;
 };
 
-/// name(signature, arguments...): the first letter of the signature is the type of the result, the others those of the
+/// name(arguments..., signature): the first letter of the signature is the type of the result, the others those of the
 /// arguments.
 void CallFunction(sqlite3_context* context, int count, sqlite3_value** values)
 {
     RunFunction(context, [&] {
         const auto& registered = *static_cast<const Registered*>(sqlite3_user_data(context));
-        const auto* signature = reinterpret_cast<const char*>(sqlite3_value_text(values[0]));
+        const auto* signature = reinterpret_cast<const char*>(sqlite3_value_text(values[count - 1]));
         std::vector<Variant> arguments;
         arguments.reserve(static_cast<std::size_t>(count));
         bool null = false;
-        for (int i = 1; i < count; ++i) {
-            arguments.push_back(ReadValue(values[i], TypeOfLetter(signature[i])));
+        for (int i = 0; i + 1 < count; ++i) {
+            arguments.push_back(ReadValue(values[i], TypeOfLetter(signature[i + 1])));
             null = null || arguments.back().IsNull();
         }
         if (null && registered.function->nullSpreads) {

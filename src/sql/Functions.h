@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "automation/Variant.h"
+#include "automation/Convert.h"
 #include "sql/SqliteValues.h"
 
 namespace vmlib::sql {
@@ -31,6 +31,10 @@ std::span<const FunctionInfo> TextFunctions();
 std::span<const FunctionInfo> DateFunctions();
 std::span<const FunctionInfo> NumberFunctions();
 std::span<const FunctionInfo> ConversionFunctions();
+
+/// The two optional arguments that say how weeks are counted: first weekday, first week; 0 is the system's, which is
+/// the default. @throws Error 5 for other numbers
+WeekRule WeekRuleOf(std::span<const Variant> arguments, std::size_t position);
 
 /// By name, ignoring case; null when there is none.
 const FunctionInfo* FunctionNamed(TextView name);

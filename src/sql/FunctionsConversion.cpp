@@ -5,6 +5,7 @@
 #include "automation/Convert.h"
 #include "core/Error.h"
 #include "sql/Functions.h"
+#include "sql/GuidText.h"
 
 namespace vmlib::sql {
 namespace {
@@ -37,6 +38,21 @@ Variant CallIsDate(Arguments arguments, const FunctionContext&)
     return IsDate(arguments[0]);
 }
 
+/// A GUID, its text or its sixteen bytes.
+Guid GuidOf(const Variant& value)
+{
+    std::optional<Guid> guid;
+    if (value.IsText()) guid = GuidFromText(value.As<Text>());
+    if (value.IsArray() && value.AsArray().HoldsBytes()) guid = GuidFromBytes(value.AsArray().AsBytes());
+    if (!guid) throw Error(ErrorNumber::TypeMismatch);
+    return *guid;
+}
+
+Variant CallGuidText(Arguments arguments, const FunctionContext&)
+{
+    return GuidToText(GuidOf(arguments[0]));
+}
+
 /// Digits of a whole number; a negative one as its 32 bits.
 template <int base>
 Variant InBase(Arguments arguments, const FunctionContext&)
@@ -67,6 +83,8 @@ constexpr FunctionInfo functions[] = {
     Conversion(u"Val", ValueType::Double, CallVal),
     Conversion(u"IsNumeric", ValueType::Boolean, CallIsNumeric),
     Conversion(u"IsDate", ValueType::Boolean, CallIsDate),
+    {.name = u"StringFromGUID", .fewest = 1, .most = 1, .result = ValueType::Text, .body = CallGuidText},
+    {.name = u"GUIDFromString", .fewest = 1, .most = 1, .result = ValueType::Guid, .body = CallGuidText},
     {.name = u"Hex", .fewest = 1, .most = 1, .result = ValueType::Text, .body = InBase<16>},
     {.name = u"Oct", .fewest = 1, .most = 1, .result = ValueType::Text, .body = InBase<8>},
 };

@@ -14,7 +14,6 @@ namespace {
 using Arguments = std::span<const Variant>;
 
 constexpr std::int64_t daySeconds = 86400;
-constexpr std::int64_t firstDay = -657434, lastDay = 2958465;
 
 std::int64_t DayOf(Date date)
 {
@@ -28,8 +27,8 @@ double FractionOf(Date date)
 
 Date Joined(std::int64_t day, double fraction)
 {
-    if (day < firstDay || day > lastDay) throw Error(ErrorNumber::InvalidCall);
     const auto serial = static_cast<double>(day);
+    if (serial < firstDay || serial > lastDay) throw Error(ErrorNumber::InvalidCall);
     return Date{day < 0 ? serial - fraction : serial + fraction};
 }
 
@@ -101,55 +100,10 @@ Interval IntervalOf(const Variant& value)
     throw Error(ErrorNumber::InvalidCall);
 }
 
-/// The day that weeks begin with: 1 Sunday (also for 0, the system's), 2 Monday ...
-int FirstWeekday(Arguments arguments, std::size_t position)
-{
-    const std::int32_t day = arguments.size() > position ? ToLong(arguments[position]) : 1;
-    if (day < 0 || day > 7) throw Error(ErrorNumber::InvalidCall);
-    return day == 0 ? 1 : day;
-}
-
 /// 1 to 7, counted from the day that weeks begin with.
 int WeekdayFrom(std::int64_t day, int first)
 {
-    return (Weekday(Date{static_cast<double>(day)}) - first + 7) % 7 + 1;
-}
-
-/// Which week counts as the first of a year.
-enum class FirstWeek
-{
-    OfJanuaryFirst = 1,
-    OfFourDays = 2,
-    Full = 3,
-};
-
-FirstWeek FirstWeekOf(Arguments arguments, std::size_t position)
-{
-    const std::int32_t rule = arguments.size() > position ? ToLong(arguments[position]) : 1;
-    if (rule < 0 || rule > 3) throw Error(ErrorNumber::InvalidCall);
-    return rule == 0 ? FirstWeek::OfJanuaryFirst : static_cast<FirstWeek>(rule);
-}
-
-/// The day on which week 1 of a year begins.
-std::int64_t WeekOneStart(int year, int firstWeekday, FirstWeek rule)
-{
-    const std::int64_t january = MonthStart(year, 1);
-    const int before = WeekdayFrom(january, firstWeekday) - 1;  // days of that week in the old year
-    const bool counts =
-        rule == FirstWeek::OfJanuaryFirst || before == 0 || (rule == FirstWeek::OfFourDays && before <= 3);
-    return january - before + (counts ? 0 : 7);
-}
-
-int WeekOf(Date date, int firstWeekday, FirstWeek rule)
-{
-    const int year = SplitDate(date).year;
-    const std::int64_t day = DayOf(date);
-    std::int64_t start = WeekOneStart(year, firstWeekday, rule);
-    if (day < start)
-        start = WeekOneStart(year - 1, firstWeekday, rule);
-    else if (rule != FirstWeek::OfJanuaryFirst && year < 9999 && day >= WeekOneStart(year + 1, firstWeekday, rule))
-        return 1;
-    return static_cast<int>((day - start) / 7) + 1;
+    return Weekday(Date{static_cast<double>(day)}, first);
 }
 
 Date AddMonths(Date date, std::int64_t months)
@@ -226,8 +180,7 @@ std::int64_t Difference(Interval interval, Date from, Date to, int firstWeekday)
 Variant CallDateDiff(Arguments arguments, const FunctionContext&)
 {
     const Date from = ToDate(arguments[1]), to = ToDate(arguments[2]);
-    const std::int64_t count = Difference(IntervalOf(arguments[0]), from, to, FirstWeekday(arguments, 3));
-    FirstWeekOf(arguments, 4);
+    const std::int64_t count = Difference(IntervalOf(arguments[0]), from, to, WeekRuleOf(arguments, 3).firstWeekday);
     if (count < INT32_MIN || count > INT32_MAX) throw Error(ErrorNumber::Overflow);
     return static_cast<std::int32_t>(count);
 }
@@ -236,8 +189,7 @@ Variant CallDatePart(Arguments arguments, const FunctionContext&)
 {
     const Date date = ToDate(arguments[1]);
     const CalendarDate parts = SplitDate(date);
-    const int firstWeekday = FirstWeekday(arguments, 2);
-    const FirstWeek rule = FirstWeekOf(arguments, 3);
+    const WeekRule weeks = WeekRuleOf(arguments, 2);
     switch (IntervalOf(arguments[0])) {
         case Interval::Year:
             return std::int32_t{parts.year};
@@ -250,9 +202,9 @@ Variant CallDatePart(Arguments arguments, const FunctionContext&)
         case Interval::Day:
             return std::int32_t{parts.day};
         case Interval::Weekday:
-            return std::int32_t{WeekdayFrom(DayOf(date), firstWeekday)};
+            return std::int32_t{Weekday(date, weeks.firstWeekday)};
         case Interval::Week:
-            return std::int32_t{WeekOf(date, firstWeekday, rule)};
+            return std::int32_t{WeekOfYear(date, weeks)};
         case Interval::Hour:
             return std::int32_t{parts.hour};
         case Interval::Minute:
@@ -271,7 +223,7 @@ Variant PartOf(Arguments arguments, const FunctionContext&)
 
 Variant CallWeekday(Arguments arguments, const FunctionContext&)
 {
-    return std::int32_t{WeekdayFrom(DayOf(ToDate(arguments[0])), FirstWeekday(arguments, 1))};
+    return std::int32_t{Weekday(ToDate(arguments[0]), WeekRuleOf(arguments, 1).firstWeekday)};
 }
 
 Variant CallDateSerial(Arguments arguments, const FunctionContext&)
@@ -289,9 +241,20 @@ Variant CallDateValue(Arguments arguments, const FunctionContext&)
     return Date{std::trunc(ToDate(arguments[0]).serial)};
 }
 
+/// The time of a day to the second: what is left of the fraction of a serial would equal no time written out.
+Date TimeOf(Date date)
+{
+    CalendarDate parts;
+    const CalendarDate moment = SplitDate(date);
+    parts.hour = moment.hour;
+    parts.minute = moment.minute;
+    parts.second = moment.second;
+    return *JoinDate(parts);
+}
+
 Variant CallTimeValue(Arguments arguments, const FunctionContext&)
 {
-    return Date{FractionOf(ToDate(arguments[0]))};
+    return TimeOf(ToDate(arguments[0]));
 }
 
 Variant CallNow(Arguments, const FunctionContext& context)
@@ -306,7 +269,7 @@ Variant CallDate(Arguments, const FunctionContext& context)
 
 Variant CallTime(Arguments, const FunctionContext& context)
 {
-    return Date{FractionOf(context.now())};
+    return TimeOf(context.now());
 }
 
 constexpr FunctionInfo Clock(TextView name, decltype(FunctionInfo::body) body)
@@ -340,6 +303,19 @@ constexpr FunctionInfo functions[] = {
 };
 
 }  // namespace
+
+WeekRule WeekRuleOf(std::span<const Variant> arguments, std::size_t position)
+{
+    const auto given = [&](std::size_t at, std::int32_t highest) {
+        const std::int32_t value = arguments.size() > at ? ToLong(arguments[at]) : 1;
+        if (value < 0 || value > highest) throw Error(ErrorNumber::InvalidCall);
+        return value == 0 ? 1 : value;
+    };
+    WeekRule rule;
+    rule.firstWeekday = given(position, 7);
+    rule.first = static_cast<WeekRule::First>(given(position + 1, 3));
+    return rule;
+}
 
 std::span<const FunctionInfo> DateFunctions()
 {

@@ -53,9 +53,21 @@ Variant CallInStr(Arguments arguments, const FunctionContext&)
     return InStr(start, text, what, ModeOf(arguments, 3) != CompareMode::Binary);
 }
 
+/// Bytes of a value: text has two a character, as it has where bytes are read as text.
+std::size_t ByteCount(const Variant& value)
+{
+    if (value.IsArray() && value.AsArray().HoldsBytes()) return value.AsArray().AsBytes().size();
+    return ToText(value).size() * 2;
+}
+
 Variant CallLen(Arguments arguments, const FunctionContext&)
 {
-    return static_cast<std::int32_t>(ToText(arguments[0]).size());
+    return static_cast<std::int32_t>(ByteCount(arguments[0]) / 2);
+}
+
+Variant CallLenB(Arguments arguments, const FunctionContext&)
+{
+    return static_cast<std::int32_t>(ByteCount(arguments[0]));
 }
 
 Variant CallTrim(Arguments arguments, const FunctionContext&)
@@ -129,7 +141,7 @@ Variant CallAscW(Arguments arguments, const FunctionContext&)
 Variant CallFormat(Arguments arguments, const FunctionContext&)
 {
     if (arguments.size() == 1) return ToText(arguments[0]);
-    return Format(arguments[0], ToText(arguments[1]));
+    return Format(arguments[0], ToText(arguments[1]), Locale::User(), Locale::UserDates(), WeekRuleOf(arguments, 2));
 }
 
 constexpr FunctionInfo functions[] = {
@@ -138,6 +150,7 @@ constexpr FunctionInfo functions[] = {
     {.name = u"Mid", .fewest = 2, .most = 3, .result = ValueType::Text, .body = CallMid},
     {.name = u"InStr", .fewest = 2, .most = 4, .result = ValueType::Long, .body = CallInStr},
     {.name = u"Len", .fewest = 1, .most = 1, .result = ValueType::Long, .body = CallLen},
+    {.name = u"LenB", .fewest = 1, .most = 1, .result = ValueType::Long, .body = CallLenB},
     {.name = u"Trim", .fewest = 1, .most = 1, .result = ValueType::Text, .body = CallTrim},
     {.name = u"LTrim", .fewest = 1, .most = 1, .result = ValueType::Text, .body = CallLTrim},
     {.name = u"RTrim", .fewest = 1, .most = 1, .result = ValueType::Text, .body = CallRTrim},

@@ -1,5 +1,6 @@
 #include "sql/GuidText.h"
 
+#include <algorithm>
 #include <array>
 
 namespace vmlib::sql {
@@ -40,6 +41,14 @@ std::optional<Guid> GuidFromText(TextView text)
         guid.bytes[printOrder[count++]] = static_cast<std::uint8_t>(high * 16 + low);
         ++i;
     }
+    return guid;
+}
+
+std::optional<Guid> GuidFromBytes(std::span<const std::uint8_t> bytes)
+{
+    Guid guid;
+    if (bytes.size() != guid.bytes.size()) return std::nullopt;
+    std::copy(bytes.begin(), bytes.end(), guid.bytes.begin());
     return guid;
 }
 

@@ -14,9 +14,11 @@ namespace {
 
 using BinaryOperator = Variant (*)(const Variant&, const Variant&);
 
-const char* SignatureOf(sqlite3_value** values)
+/// The letters of types stand last: behind them each level of a nested call would take more of the stack of SQLite's
+/// parser.
+const char* SignatureOf(int count, sqlite3_value** values)
 {
-    return reinterpret_cast<const char*>(sqlite3_value_text(values[0]));
+    return reinterpret_cast<const char*>(sqlite3_value_text(values[count - 1]));
 }
 
 const FunctionContext& ContextOf(sqlite3_context* context)
@@ -24,39 +26,50 @@ const FunctionContext& ContextOf(sqlite3_context* context)
     return *static_cast<const FunctionContext*>(sqlite3_user_data(context));
 }
 
-/// operator('RLR', left, right)
+/// operator(left, right, 'RLR')
 template <BinaryOperator body>
-void CallOperator(sqlite3_context* context, int, sqlite3_value** values)
+void CallOperator(sqlite3_context* context, int count, sqlite3_value** values)
 {
     RunFunction(context, [&] {
-        const char* signature = SignatureOf(values);
-        const Variant left = ReadValue(values[1], TypeOfLetter(signature[1]));
-        const Variant right = ReadValue(values[2], TypeOfLetter(signature[2]));
+        const char* signature = SignatureOf(count, values);
+        const Variant left = ReadValue(values[0], TypeOfLetter(signature[1]));
+        const Variant right = ReadValue(values[1], TypeOfLetter(signature[2]));
         if (left.IsNull() || right.IsNull()) return sqlite3_result_null(context);
         StoreResult(context, TypeOfLetter(signature[0]), body(left, right));
     });
 }
 
-/// jet_as('TF', value): from type F to type T.
-void CallAs(sqlite3_context* context, int, sqlite3_value** values)
+/// jet_as(value, 'TF'): from type F to type T.
+void CallAs(sqlite3_context* context, int count, sqlite3_value** values)
 {
     RunFunction(context, [&] {
-        const char* signature = SignatureOf(values);
-        StoreResult(context, TypeOfLetter(signature[0]), ReadValue(values[1], TypeOfLetter(signature[1])));
+        const char* signature = SignatureOf(count, values);
+        StoreResult(context, TypeOfLetter(signature[0]), ReadValue(values[0], TypeOfLetter(signature[1])));
     });
 }
 
 /// The same for the side of a comparison; a number stays as fine as it is.
-void CallCriterion(sqlite3_context* context, int, sqlite3_value** values)
+void CallCriterion(sqlite3_context* context, int count, sqlite3_value** values)
 {
     RunFunction(context, [&] {
-        const char* signature = SignatureOf(values);
-        const Variant value = ReadValue(values[1], TypeOfLetter(signature[1]));
+        const char* signature = SignatureOf(count, values);
+        const Variant value = ReadValue(values[0], TypeOfLetter(signature[1]));
         try {
             StoreResult(context, TypeOfLetter(signature[0]), value);
         } catch (const Error&) {
             throw Error(ErrorNumber::CriteriaTypeMismatch);
         }
+    });
+}
+
+/// jet_checked(value, 'T'): what arithmetic made of reals, when the type has such a value.
+void CallChecked(sqlite3_context* context, int count, sqlite3_value** values)
+{
+    RunFunction(context, [&] {
+        const double number = sqlite3_value_double(values[0]);  // 0 for Null
+        if (!std::isfinite(number)) throw Error(ErrorNumber::Overflow);
+        if (TypeOfLetter(SignatureOf(count, values)[0]) == ValueType::Date) SplitDate(Date{number});
+        sqlite3_result_value(context, values[0]);
     });
 }
 
@@ -147,6 +160,7 @@ void RegisterOperators(sqlite3* connection, const FunctionContext& context)
     RegisterScalar(connection, "jet_modulo", 3, nullptr, CallOperator<Modulo>);
     RegisterScalar(connection, "jet_power", 3, nullptr, CallOperator<Power>);
     RegisterScalar(connection, "jet_as", 2, nullptr, CallAs);
+    RegisterScalar(connection, "jet_checked", 2, nullptr, CallChecked);
     RegisterScalar(connection, "jet_criterion", 2, nullptr, CallCriterion);
     RegisterScalar(connection, "jet_join", -1, nullptr, CallJoin);
     RegisterScalar(connection, "jet_like", 2, &context, CallLike);

@@ -104,7 +104,7 @@ ExpressionRef ParserState::OperatorNode(Operator op, ExpressionRef left, Express
 
 Error ParserState::ExpressionFailure(TextView what) const
 {
-    return ExpressionError(what, text_, {expressionStart_, text_.size()});
+    return ExpressionError(what, text_, {expressionStart_, text_.size()}, Peek().extent.from);
 }
 
 bool ParserState::EndsExpression(const Token& token) const

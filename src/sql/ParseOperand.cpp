@@ -177,7 +177,7 @@ SelectRef ParserState::Subquery()
     auto select = std::make_shared<SelectStatement>(SelectOrUnion());
     if (!select->unions.empty()) throw Error(ErrorNumber::UnionInSubquery);
     --openBrackets_;
-    if (!Take(u")")) throw ExpressionError(reason::missingBracket, text_, {from, text_.size()});
+    if (!Take(u")")) throw ExpressionError(reason::missingBracket, text_, {from, text_.size()}, Peek().extent.from);
     return select;
 }
 

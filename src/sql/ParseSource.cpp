@@ -51,7 +51,7 @@ Source ParserState::JoinedSource()
     ExpectWord(u"ON", clause);
     join.on = FullExpression(clause);
     if (Peek().IsWord(u"INNER") || Peek().IsWord(u"LEFT") || Peek().IsWord(u"RIGHT")) {
-        throw ExpressionError(reason::missingOperator, text_, {join.on->extent.from, text_.size()});
+        throw ExpressionError(reason::missingOperator, text_, {join.on->extent.from, text_.size()}, Peek().extent.from);
     }
     join.extent = {from, LastEnd()};
     return join;

@@ -66,7 +66,7 @@ void ParserState::Finish()
     const bool ended = Take(u";");
     if (Peek().kind == Token::Kind::End) return;
     if (Peek().Is(u")")) {
-        throw ExpressionError(reason::extraBracket, text_, {expressionStart_, Peek().extent.to});
+        throw ExpressionError(reason::extraBracket, text_, {expressionStart_, Peek().extent.to}, Peek().extent.from);
     }
     throw Failure(ended ? ErrorNumber::CharactersAfterEnd : ErrorNumber::MissingSemicolon);
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <limits>
 #include <variant>
 
@@ -54,10 +53,9 @@ Variant BytesVariant(std::span<const std::uint8_t> bytes)
 
 Variant GuidVariant(std::span<const std::uint8_t> bytes)
 {
-    Guid guid;
-    if (bytes.size() != guid.bytes.size()) throw Error(ErrorNumber::DataConversion);
-    std::copy(bytes.begin(), bytes.end(), guid.bytes.begin());
-    return GuidToText(guid);
+    const auto guid = GuidFromBytes(bytes);
+    if (!guid) throw Error(ErrorNumber::DataConversion);
+    return GuidToText(*guid);
 }
 
 /// What Value keeps in a BLOB: the type's code, then the value.
@@ -328,16 +326,6 @@ int CompareTexts(void* context, int leftSize, const void* left, int rightSize, c
 }
 
 }  // namespace
-
-Date LocalTime()
-{
-    const std::time_t now = std::time(nullptr);
-    const std::tm parts = *std::localtime(&now);
-    const Date day = DateSerial(static_cast<std::int16_t>(parts.tm_year + 1900),
-                                static_cast<std::int16_t>(parts.tm_mon + 1), static_cast<std::int16_t>(parts.tm_mday));
-    const int seconds = parts.tm_hour * 3600 + parts.tm_min * 60 + std::min(parts.tm_sec, 59);
-    return Date{day.serial + seconds / 86400.0};
-}
 
 void RegisterFunctions(sqlite3* connection, TextOrder order, Clock now)
 {

@@ -23,9 +23,9 @@ struct sqlite3_context;
 ///     Text, Memo                TEXT (UTF-8); compared under the collation "jet"
 ///     Binary, Long binary       BLOB
 ///     Guid                      BLOB of 16 bytes as a Windows GUID stands in memory
-///     Value                     INTEGER, REAL, TEXT and NULL for Long, Double, Text and Null, else a BLOB: the code of
-///     the type, then
-///                               Boolean 1, Currency 8, Single 4, Date 8, Guid 16 bytes little endian, Binary its bytes
+///     Value                     INTEGER, REAL, TEXT and NULL for Long, Double, Text and Null, else a BLOB: the code
+///                               of the type, then Boolean 1, Currency 8, Single 4, Date 8, Guid 16 bytes little
+///                               endian, Binary its bytes
 ///
 /// Tables that translations read have their columns named as SchemaColumn::name, without a declared type, textual ones
 /// with COLLATE jet: `CREATE TABLE t("Id", "Naam" COLLATE jet)`. A comparison of a column with a constant stands in the
@@ -50,11 +50,8 @@ void StoreResult(sqlite3_context* context, ValueType type, const Variant& value)
 /// Orders and equals text as the database's sort order does: <0, 0, >0, UTF-8 on both sides.
 using TextOrder = std::function<int(std::string_view, std::string_view)>;
 
-/// Local date and time, for Now(), Date() and Time().
-using Clock = std::function<Date()>;
-Date LocalTime();
-
 /// Registers the functions and operators that translations call, and the collation "jet".
-void RegisterFunctions(sqlite3* connection, TextOrder order, Clock now = LocalTime);
+/// @param now  for Now(), Date() and Time()
+void RegisterFunctions(sqlite3* connection, TextOrder order, Clock now);
 
 }  // namespace vmlib::sql

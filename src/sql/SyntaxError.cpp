@@ -16,23 +16,33 @@ Text Excerpt(TextView text, Extent extent)
     return Text(part.substr(0, longestExcerpt)) + u"...";
 }
 
+Text Position(std::size_t position)
+{
+    return u"at position " + Decimal(static_cast<long long>(position) + 1);
+}
+
+constexpr TextView atTheEnd = u"at the end";
+
+Error WithPlace(ErrorNumber number, const Text& description, const Text& place)
+{
+    return Error(static_cast<std::int32_t>(number), description + u" (" + place + u")");
+}
+
 }  // namespace
 
-Error ExpressionError(TextView what, TextView text, Extent extent)
+Error ExpressionError(TextView what, TextView text, Extent extent, std::optional<std::size_t> at)
 {
-    return Error(ErrorNumber::SyntaxInExpression, {Text(what), Excerpt(text, extent)});
+    const std::size_t position = at.value_or(extent.from);
+    const Error plain(ErrorNumber::SyntaxInExpression, {Text(what), Excerpt(text, extent)});
+    return WithPlace(ErrorNumber::SyntaxInExpression, plain.Description(),
+                     position < text.size() ? Position(position) : Text(atTheEnd));
 }
 
 Error ClauseError(ErrorNumber number, TextView text, std::size_t position)
 {
-    Text description = ErrorText(static_cast<std::int32_t>(number));
     const Text there = Excerpt(text, {position, position + 30});
-    if (there.empty()) {
-        description += u" (at the end)";
-    } else {
-        description += u" (at position " + Decimal(static_cast<long long>(position) + 1) + u": " + there + u")";
-    }
-    return Error(static_cast<std::int32_t>(number), description);
+    return WithPlace(number, ErrorText(static_cast<std::int32_t>(number)),
+                     there.empty() ? Text(atTheEnd) : Position(position) + u": " + there);
 }
 
 }  // namespace vmlib::sql

@@ -18,8 +18,9 @@ inline constexpr TextView argumentCount = u"Wrong number of arguments used with 
 inline constexpr TextView invalidBracketing = u"Invalid bracketing of name";
 }  // namespace reason
 
-/// 3075 with the part of the text that the extent covers, cut to what a message can hold.
-Error ExpressionError(TextView what, TextView text, Extent extent);
+/// 3075 with the part of the text that the extent covers, cut to what a message can hold, and the position (from 1)
+/// where it goes wrong: that of the extent unless another is given.
+Error ExpressionError(TextView what, TextView text, Extent extent, std::optional<std::size_t> at = std::nullopt);
 
 /// An error of a clause: the number's text, then the position (from 1) and what stands there.
 Error ClauseError(ErrorNumber number, TextView text, std::size_t position);

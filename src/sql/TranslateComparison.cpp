@@ -48,6 +48,49 @@ std::optional<std::string> GuidConstant(const Typed& value)
     return guid ? std::optional(GuidLiteral(*guid)) : std::nullopt;
 }
 
+using Sides = std::pair<std::string, std::string>;
+
+std::string Plain(const Typed& value)
+{
+    return Enclosed(value, Level::Additive);
+}
+
+/// Money beside another number: a constant as money, else both as money or as doubles.
+Sides NumberSides(const Typed& left, const Typed& right)
+{
+    const bool leftIsMoney = left.type == ValueType::Currency, rightIsMoney = right.type == ValueType::Currency;
+    if (leftIsMoney == rightIsMoney) return {Plain(left), Plain(right)};
+    if (leftIsMoney) {
+        if (auto constant = CurrencyConstant(right)) return {Plain(left), *std::move(constant)};
+    } else if (auto constant = CurrencyConstant(left)) {
+        return {*std::move(constant), Plain(right)};
+    }
+    const bool whole = IsWhole(left.type) || IsWhole(right.type);
+    const ValueType common = whole ? ValueType::Currency : ValueType::Double;
+    return {Plain(Cast(left, common)), Plain(Cast(right, common))};
+}
+
+/// GUIDs and their texts.
+std::optional<Sides> GuidSides(const Typed& left, const Typed& right)
+{
+    const bool leftIsGuid = left.type == ValueType::Guid, rightIsGuid = right.type == ValueType::Guid;
+    if (leftIsGuid && rightIsGuid) return Sides{Plain(left), Plain(right)};
+    if (leftIsGuid) {
+        if (auto constant = GuidConstant(right)) return Sides{Plain(left), *std::move(constant)};
+    } else if (rightIsGuid) {
+        if (auto constant = GuidConstant(left)) return Sides{*std::move(constant), Plain(right)};
+    }
+    return std::nullopt;
+}
+
+/// What a value that is known row by row only (a parameter) is converted to beside a known type; a whole number stays
+/// one that a fraction can be compared with.
+ValueType WantedBeside(ValueType type)
+{
+    if (IsWhole(type) || type == ValueType::Single) return ValueType::Double;
+    return type == ValueType::Memo ? ValueType::Text : type;
+}
+
 }  // namespace
 
 ExpressionTranslator::Pair ExpressionTranslator::Comparable(const Typed& left, const Typed& right)
@@ -57,52 +100,27 @@ ExpressionTranslator::Pair ExpressionTranslator::Comparable(const Typed& left, c
         pair.null = true;
         return pair;
     }
-    const auto sides = [&](const std::string& leftSql, const std::string& rightSql) {
-        pair.left = leftSql;
-        pair.right = rightSql;
+    const auto sides = [&](Sides both) {
+        pair.left = std::move(both.first);
+        pair.right = std::move(both.second);
         return pair;
     };
-    const auto plain = [](const Typed& value) { return Enclosed(value, Level::Additive); };
+    const auto collated = [](const Typed& value) { return IsTextual(value.type) ? Collated(value) : Plain(value); };
     const ValueType a = left.type, b = right.type;
 
     if (clause_.join && (IsLong(a) || IsLong(b))) {
         throw Error(ErrorNumber::MemoInJoin, {IsLong(a) ? left.sourceField : right.sourceField});
     }
-    if (IsTextual(a) && IsTextual(b)) return sides(Collated(left), plain(right));
+    if (IsTextual(a) && IsTextual(b)) return sides({Collated(left), Plain(right)});
     if (a == ValueType::Value && b == ValueType::Value) {
         pair.ranked = true;
-        return sides("jet_compare(" + left.sql + "," + right.sql + ")", "0");
+        return sides({"jet_compare(" + left.sql + "," + right.sql + ")", "0"});
     }
-    // What is known row by row only (a parameter) takes the other side's type; a whole number stays one that a fraction
-    // can be compared with.
-    const auto wanted = [](ValueType type) {
-        if (IsWhole(type) || type == ValueType::Single) return ValueType::Double;
-        return type == ValueType::Memo ? ValueType::Text : type;
-    };
-    if (b == ValueType::Value)
-        return sides(IsTextual(a) ? Collated(left) : plain(left), plain(CastCriterion(right, wanted(a))));
-    if (a == ValueType::Value) {
-        const Typed converted = CastCriterion(left, wanted(b));
-        return sides(IsTextual(b) ? Collated(converted) : plain(converted), plain(right));
-    }
-    if (IsNumber(a) && IsNumber(b)) {
-        if ((a == ValueType::Currency) == (b == ValueType::Currency)) return sides(plain(left), plain(right));
-        if (a == ValueType::Currency) {
-            if (const auto constant = CurrencyConstant(right)) return sides(plain(left), *constant);
-        } else if (const auto constant = CurrencyConstant(left)) {
-            return sides(*constant, plain(right));
-        }
-        const ValueType common = IsWhole(a) || IsWhole(b) ? ValueType::Currency : ValueType::Double;
-        return sides(plain(Cast(left, common)), plain(Cast(right, common)));
-    }
-    if (IsBinary(a) && IsBinary(b)) return sides(plain(left), plain(right));
-    if (a == ValueType::Guid && b == ValueType::Guid) return sides(plain(left), plain(right));
-    if (a == ValueType::Guid) {
-        if (const auto constant = GuidConstant(right)) return sides(plain(left), *constant);
-    }
-    if (b == ValueType::Guid) {
-        if (const auto constant = GuidConstant(left)) return sides(*constant, plain(right));
-    }
+    if (b == ValueType::Value) return sides({collated(left), Plain(CastCriterion(right, WantedBeside(a)))});
+    if (a == ValueType::Value) return sides({collated(CastCriterion(left, WantedBeside(b))), Plain(right)});
+    if (IsNumber(a) && IsNumber(b)) return sides(NumberSides(left, right));
+    if (IsBinary(a) && IsBinary(b)) return sides({Plain(left), Plain(right)});
+    if (auto guids = GuidSides(left, right)) return sides(*std::move(guids));
     throw Error(ErrorNumber::CriteriaTypeMismatch);
 }
 

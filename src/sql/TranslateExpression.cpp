@@ -63,9 +63,14 @@ Text ExpressionTranslator::Written(const Expression& expression) const
 
 Typed ExpressionTranslator::Translate(const Expression& expression)
 {
+    return Checked(Unchecked(expression));
+}
+
+Typed ExpressionTranslator::Unchecked(const Expression& expression)
+{
     Typed result = Node(expression);
     if (result.loose && groupKeys_ != nullptr && !insideAggregate_) {
-        const Typed value = AsValue(result);
+        const Typed value = AsValue(Checked(result));
         if (std::find(groupKeys_->begin(), groupKeys_->end(), value.sql) != groupKeys_->end()) result.loose.reset();
     }
     return result;

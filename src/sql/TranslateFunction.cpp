@@ -41,7 +41,7 @@ Typed ExpressionTranslator::Function(const Expression& expression)
     return Call(*function, expression.name, arguments);
 }
 
-/// vba_name('RAB', a, b): the type of the result, then those of the arguments.
+/// vba_name(a, b, 'RAB'): the type of the result, then those of the arguments.
 Typed ExpressionTranslator::Call(const FunctionInfo& function, TextView name, const std::vector<Typed>& arguments)
 {
     Typed result;
@@ -54,11 +54,11 @@ Typed ExpressionTranslator::Call(const FunctionInfo& function, TextView name, co
     std::string list;
     for (const Typed& argument : arguments) {
         signature += LetterOf(argument.type);
-        list += "," + argument.sql;
+        list += argument.sql + ",";
         Inherit(result, argument);
     }
     if (name.ends_with(u'$')) signature += '$';
-    result.sql = SqliteName(function) + "('" + signature + "'" + list + ")";
+    result.sql = SqliteName(function) + "(" + list + "'" + signature + "')";
     return result;
 }
 
@@ -168,6 +168,11 @@ Typed ExpressionTranslator::AggregateCall(const AggregateInfo& aggregate, const 
         if (!IsNumber(argument.type) && argument.type != ValueType::Value && !argument.null)
             throw Error(ErrorNumber::CriteriaTypeMismatch);
     };
+    const auto checked = [&](std::string sql) {
+        Typed result = made(std::move(sql), ValueType::Double);
+        result.unchecked = true;
+        return result;
+    };
     const auto real = [&] { return CastCriterion(argument, ValueType::Double).sql; };
     switch (aggregate.kind) {
         case Kind::Count:
@@ -176,13 +181,13 @@ Typed ExpressionTranslator::AggregateCall(const AggregateInfo& aggregate, const 
             counts();
             if (argument.type == ValueType::Currency) return made("sum(" + argument.sql + ")", ValueType::Currency);
             if (IsWhole(argument.type)) return made("CAST(sum(" + argument.sql + ") AS REAL)", ValueType::Double);
-            return made("sum(" + real() + ")", ValueType::Double);
+            return checked("sum(" + real() + ")");
         case Kind::Average:
             counts();
             if (argument.type == ValueType::Currency) {
                 return made("jet_ratio(sum(" + argument.sql + "),count(" + argument.sql + "))", ValueType::Currency);
             }
-            return made("avg(" + real() + ")", ValueType::Double);
+            return checked("avg(" + real() + ")");
         case Kind::Least:
         case Kind::Greatest: {
             // A value known row by row is compared in its plain form (numbers, text), which is also what comes out.
@@ -201,7 +206,7 @@ Typed ExpressionTranslator::AggregateCall(const AggregateInfo& aggregate, const 
             break;
     }
     counts();
-    return made(aggregate.sqliteName + ("(" + real()) + ")", ValueType::Double);
+    return checked(aggregate.sqliteName + ("(" + real()) + ")");
 }
 
 }  // namespace vmlib::sql

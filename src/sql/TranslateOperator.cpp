@@ -3,6 +3,9 @@
 // Where SQLite's own operators give the dialect's value, they are used: whole numbers (64 bits; beyond the type's range
 // a value widens), money with money (both are counts of 1/10,000), doubles and dates. Everything else calls an operator
 // function, which computes with variants as the automation runtime does.
+//
+// SQLite lets a real grow to infinity, and makes Null of infinity less infinity. So what its operators made of reals is
+// checked once, around the whole of it: the left side of a sum may still be unchecked, since infinity stays there.
 
 #include <algorithm>
 
@@ -78,9 +81,11 @@ bool IsNative(Operator op, ValueType left, ValueType right)
 
 Typed ExpressionTranslator::Arithmetic(const Expression& expression)
 {
-    const Typed left = TranslateValue(*expression.operands[0]);
+    const Typed left = AsValue(Unchecked(*expression.operands[0]));
     const Typed right = TranslateValue(*expression.operands[1]);
-    return Arithmetic(expression.op, left, right);
+    const bool sums = expression.op == Operator::Add || expression.op == Operator::Subtract;
+    const bool staysUnchecked = sums && IsNumber(right.type) && IsNative(expression.op, left.type, right.type);
+    return Arithmetic(expression.op, staysUnchecked ? left : Checked(left), right);
 }
 
 Typed ExpressionTranslator::Arithmetic(Operator op, const Typed& left, const Typed& right)
@@ -118,14 +123,17 @@ Typed ExpressionTranslator::NativeArithmetic(Operator op, const Typed& left, con
     };
     const char* symbol = multiplies ? " * " : op == Operator::Add ? " + " : " - ";
     const Level rightLevel = multiplies ? Level::Atom : Level::Multiplicative;
-    return Made(Enclosed(side(left), level) + symbol + Enclosed(side(right), rightLevel), type, level, {&left, &right});
+    Typed result =
+        Made(Enclosed(side(left), level) + symbol + Enclosed(side(right), rightLevel), type, level, {&left, &right});
+    result.unchecked = IsReal(type);
+    return result;
 }
 
-/// function('RLR', left, right): the result's type, then those of both sides.
+/// function(left, right, 'RLR'): the result's type, then those of both sides.
 Typed ExpressionTranslator::OperatorCall(const char* function, ValueType result, const Typed& left, const Typed& right)
 {
-    std::string sql = std::string(function) + "('" + LetterOf(result) + LetterOf(left.type) + LetterOf(right.type) +
-                      "'," + left.sql + "," + right.sql + ")";
+    std::string sql = std::string(function) + "(" + left.sql + "," + right.sql + ",'" + LetterOf(result) +
+                      LetterOf(left.type) + LetterOf(right.type) + "')";
     return Made(std::move(sql), result, Level::Atom, {&left, &right});
 }
 

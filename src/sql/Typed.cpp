@@ -35,7 +35,7 @@ Typed WithText(const Typed& value, ValueType type, std::string sql, Level level)
 
 Typed Converted(const char* function, const Typed& value, ValueType type)
 {
-    std::string call = std::string(function) + "('" + LetterOf(type) + LetterOf(value.type) + "'," + value.sql + ")";
+    std::string call = std::string(function) + "(" + value.sql + ",'" + LetterOf(type) + LetterOf(value.type) + "')";
     return WithText(value, type, std::move(call), Level::Atom);
 }
 
@@ -190,6 +190,15 @@ Typed CastCriterion(const Typed& value, ValueType type)
 std::string As(const Typed& value, ValueType type)
 {
     return Cast(value, type).sql;
+}
+
+Typed Checked(Typed value)
+{
+    if (!value.unchecked) return value;
+    value.unchecked = false;
+    value.sql = "jet_checked(" + value.sql + ",'" + LetterOf(value.type) + "')";
+    value.level = Level::Atom;
+    return value;
 }
 
 Typed AsValue(Typed expression)

@@ -29,6 +29,7 @@ struct Typed
     Level level = Level::Atom;
     bool condition = false;           // SQLite's own truth value (1, 0, NULL); else in the form of its type
     bool null = false;                // the literal Null
+    bool unchecked = false;           // SQLite's arithmetic with reals, which may have left their range
     bool cases = false;               // exactly one CASE WHEN ... END, which another may be lengthened with
     std::optional<Variant> constant;  // a literal's value
     std::uint16_t size = 255;         // Text: characters
@@ -75,7 +76,7 @@ inline bool IsLong(ValueType type)
     return type == ValueType::Memo || type == ValueType::LongBinary;
 }
 
-/// The letter of a type in the signatures that translated function calls begin with.
+/// The letter of a type in the signatures that translated function calls end with.
 char LetterOf(ValueType type);
 ValueType TypeOfLetter(char letter);
 
@@ -95,6 +96,8 @@ Typed Cast(const Typed& value, ValueType type);
 Typed CastCriterion(const Typed& value, ValueType type);
 /// The text of Cast, for a place between commas.
 std::string As(const Typed& value, ValueType type);
+/// Arithmetic that left the range of its type is error 6 when it runs; anything else unchanged.
+Typed Checked(Typed value);
 /// A condition as the Boolean -1, 0 or Null; anything else unchanged.
 Typed AsValue(Typed expression);
 /// Text and a collation, so that SQLite compares, sorts and groups as the file does; other types unchanged.

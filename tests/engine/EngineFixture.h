@@ -28,8 +28,9 @@ protected:
     EngineTest() : EngineTest(nullptr) {}
     /// @param files  a port that fails, say; the platform's own when null
     explicit EngineTest(Files* files)
+        : platform_{files ? *files : Platform().files, Platform().system, Platform().desktop}
     {
-        RegisterEngine(classes_, files ? *files : Platform().files, folder_.Path() + u"\\");
+        RegisterEngine(classes_, platform_, folder_.Path() + u"\\");
     }
 
     static vmlib::Platform& Platform() { return NativePlatform(); }
@@ -140,7 +141,7 @@ protected:
     /// What the strict check of the closed file finds wrong with it.
     std::vector<std::string> FaultsOf(TextView name)
     {
-        jet::Workspace workspace(Platform().files, folder_.Path() + u"\\");
+        jet::Workspace workspace(Platform().files, folder_.Path() + u"\\", [] { return Date{}; });
         const auto database = workspace.Open(folder_.Path(name), {.readOnly = true});
         return jet::Check(*database).faults;
     }
@@ -160,6 +161,7 @@ protected:
     TemporaryFolder folder_;
 
 private:
+    vmlib::Platform platform_;
     ClassRegistry classes_;
     ObjectRef engine_;
 };

@@ -57,6 +57,16 @@ TEST_F(ObjectsTest, AFreshFileShowsItsSystemTables)
     EXPECT_EQ(Get(database, u"Version"), Variant(u"3.0"));
 }
 
+TEST_F(ObjectsTest, ObjectsAreDatedByThePlatformsClock)
+{
+    const ObjectRef database = Create(u"a.mdb");
+    const Date before = Platform().system.Now();
+    Call(database, u"Execute", u"CREATE TABLE T (Id LONG)");
+    const Date created = ToDate(Get(ToObject(Get(database, u"TableDefs", u"T")), u"DateCreated"));
+    EXPECT_GE(created, before);
+    EXPECT_LE(created, Platform().system.Now());
+}
+
 TEST_F(ObjectsTest, DesignComesBackAfterReopening)
 {
     {
@@ -184,6 +194,12 @@ TEST_F(ObjectsTest, RefusesWrongDesigns)
         {"index name taken", [&] { MakeIndex(database, u"T", u"pk", u"A", false, false); }, 3284},
         {"index on unknown field", [&] { MakeIndex(database, u"T", u"I", u"Q", false, false); }, 3409},
         {"index on memo", [&] { MakeIndex(database, u"T", u"I", u"M", false, false); }, 3409},
+        {"index without fields",
+         [&] {
+             const ObjectRef index = ToObject(Call(fresh, u"CreateIndex", u"Leeg"));
+             Call(ToObject(Get(fresh, u"Indexes")), u"Append", index);
+         },
+         3264},
         {"linked table", [&] { Call(database, u"CreateTableDef", u"L", 0, u"S", u";DATABASE=x"); }, 3251},
         {"unknown property", [&] { Get(fresh, u"Properties", u"Kleur"); }, 3270},
     };

@@ -123,6 +123,8 @@ TEST_F(QueriesTest, TablesMoveBetweenProtectedFiles)
         // Open on its path with its own password, it needs none behind IN, read only or not.
         const ObjectRef opened = Open(u"anders.mdb", false, false, u"Anders");
         EXPECT_THAT(Rows(source, u"SELECT Id FROM N IN '" + other + u"' ORDER BY Id"), ElementsAre("5", "9"));
+        EXPECT_EQ(ErrorOf([&] { Rows(source, u"SELECT Id FROM N IN '" + other + u"' [;PWD=Fout]"); }), 3031)
+            << "the one that is given counts";
         const ObjectRef reader = Open(u"bron.mdb", false, true, u"Zonnebloemen");
         EXPECT_THAT(Rows(reader, u"SELECT Id FROM N IN '" + other + u"' ORDER BY Id"), ElementsAre("5", "9"));
         Call(reader, u"Close");
@@ -261,6 +263,15 @@ TEST_F(QueriesTest, StoredQueriesServeAsSourcesAndActions)
     EXPECT_EQ(Affected(database), 1);
     EXPECT_EQ(ToLong(Get(ToObject(Get(ToObject(Get(database, u"QueryDefs")), u"Item", u"Weg")), u"Type")), 32);
     EXPECT_EQ(ErrorOf([&] { Call(database, u"CreateQueryDef", u"weg", u"SELECT * FROM T"); }), 3012);
+    // Close ends the object that was closed, and nothing else.
+    Call(query, u"Close");
+    EXPECT_EQ(ErrorOf([&] { Get(query, u"SQL"); }), 3420);
+    const ObjectRef again = ToObject(Get(ToObject(Get(database, u"QueryDefs")), u"Item", u"Vanaf"));
+    EXPECT_EQ(ToLong(Get(again, u"Type")), 0);
+    const ObjectRef made = ToObject(Call(database, u"CreateQueryDef", u"Nieuw", u"SELECT * FROM T"));
+    Call(made, u"Close");
+    EXPECT_EQ(ErrorOf([&] { Get(ToObject(Get(ToObject(Get(database, u"QueryDefs")), u"Item", u"Nieuw")), u"SQL"); }),
+              0);
 }
 
 TEST_F(QueriesTest, DataDefinition)
@@ -280,9 +291,66 @@ TEST_F(QueriesTest, DataDefinition)
     Call(records, u"Close");
     EXPECT_EQ(ErrorOf([&] { Execute(database, u"DROP TABLE P"); }), 3281);
     Execute(database, u"ALTER TABLE K DROP CONSTRAINT KP");
+    // Layouts pad the names of relations and indexes with blanks.
+    MakeRelation(database, u"KP2      ", u"P", u"Id", u"K", u"PId", 0);
+    Execute(database, u"ALTER TABLE K DROP CONSTRAINT KP2");
+    Execute(database, u"CREATE INDEX [OpExtra   ] ON K (Extra)");
+    Execute(database, u"DROP INDEX OpExtra ON K");
     Execute(database, u"ALTER TABLE K DROP COLUMN Extra");
     Execute(database, u"DROP TABLE P");
     EXPECT_THAT(Rows(database, u"SELECT * FROM K"), ElementsAre("1|1"));
+}
+
+TEST_F(QueriesTest, RefusedDefinitionsLeaveTheFileAsItWas)
+{
+    const ObjectRef database = Create(u"ddl.mdb");
+    for (const TextView sql :
+         {u"CREATE TABLE P (Id LONG CONSTRAINT PK PRIMARY KEY, N LONG, Naam TEXT(20), Noot MEMO)",
+          u"CREATE TABLE K (Id LONG, PId LONG CONSTRAINT KP REFERENCES P, S SHORT)", u"CREATE INDEX OpN ON P (N)",
+          u"INSERT INTO P VALUES (1, 5, 'a', Null)", u"INSERT INTO P VALUES (2, 5, 'A ', Null)",
+          u"INSERT INTO P VALUES (3, Null, Null, Null)"})
+        Execute(database, sql, 128);
+    struct
+    {
+        TextView sql;
+        std::int32_t error;
+    } const cases[] = {
+        {u"CREATE TABLE P (A LONG)", 3010},
+        {u"CREATE TABLE Q (A LONG, a TEXT)", 3191},
+        {u"CREATE TABLE Q (A TEXT(256))", 3382},
+        {u"CREATE TABLE Q (A LONG, CONSTRAINT X PRIMARY KEY (B))", 3369},
+        {u"CREATE TABLE Q (A LONG CONSTRAINT X REFERENCES Weg)", 3376},
+        {u"CREATE TABLE Q (A LONG CONSTRAINT X REFERENCES K)", 3373},
+        {u"CREATE TABLE Q (A LONG CONSTRAINT X REFERENCES P (N))", 3374},
+        {u"CREATE TABLE Q (A SHORT CONSTRAINT X REFERENCES P)", 3368},
+        {u"CREATE TABLE Q (A LONG CONSTRAINT KP REFERENCES P)", 3378},
+        {u"CREATE INDEX X ON Weg (A)", 3376},
+        {u"CREATE INDEX X ON P (Weg)", 3369},
+        {u"CREATE INDEX X ON P (Noot)", 3409},
+        {u"CREATE INDEX opn ON P (Naam)", 3375},
+        {u"ALTER TABLE P ADD CONSTRAINT OpN UNIQUE (Id)", 3375},
+        {u"CREATE INDEX X ON P (Naam) WITH PRIMARY", 3283},
+        {u"CREATE UNIQUE INDEX X ON P (N)", 3022},
+        {u"CREATE UNIQUE INDEX X ON P (Naam)", 3022},
+        {u"CREATE INDEX X ON P (N) WITH DISALLOW NULL", 3058},
+        {u"DROP INDEX PK ON P", 3281},
+        {u"DROP INDEX Weg ON P", 3372},
+        {u"DROP TABLE P", 3281},
+        {u"DROP TABLE Weg", 3376},
+        {u"ALTER TABLE P DROP COLUMN Id", 3303},
+        {u"ALTER TABLE P DROP COLUMN Weg", 3381},
+        {u"ALTER TABLE P ADD COLUMN naam LONG", 3380},
+        {u"ALTER TABLE P DROP CONSTRAINT Weg", 3371},
+        {u"ALTER TABLE P DROP CONSTRAINT KP", 3371},
+    };
+    for (const auto& each : cases)
+        EXPECT_EQ(ErrorOf([&] { Execute(database, each.sql); }), each.error) << ToUtf8(each.sql);
+    const ObjectRef tables = ToObject(Get(database, u"TableDefs"));
+    EXPECT_EQ(ErrorOf([&] { Get(tables, u"Item", u"Q"); }), 3265);
+    EXPECT_EQ(ToLong(Get(ToObject(Get(ToObject(Get(tables, u"Item", u"P")), u"Indexes")), u"Count")), 2);
+    EXPECT_EQ(ToLong(Get(ToObject(Get(database, u"Relations")), u"Count")), 1);
+    Call(database, u"Close");
+    EXPECT_THAT(FaultsOf(u"ddl.mdb"), IsEmpty());
 }
 
 TEST_F(QueriesTest, WrongStatementsSayWhatIsWrong)

@@ -98,6 +98,9 @@ TEST_F(RecordsetTest, OnlyWhatTheTypeCanDo)
     EXPECT_EQ(ErrorOf([&] { Put(table, u"Index", u"Geen"); }), 3015);
     EXPECT_EQ(ErrorOf([&] { Put(snapshot, u"Index", u"PK"); }), 3251);
     EXPECT_EQ(ErrorOf([&] { Records(database, u"T", 3); }), 3001);
+    for (const auto& [options, lockEdit] : {std::pair{48, 3}, std::pair{4, 4}})
+        EXPECT_EQ(ErrorOf([&] { Call(database, u"OpenRecordset", u"T", 2, options, lockEdit); }), 3001);
+    EXPECT_EQ(Get(ToObject(Call(database, u"OpenRecordset", u"T", 2, 0, 4)), u"Updatable"), Variant(false));
     const ObjectRef readOnly = ToObject(Call(database, u"OpenRecordset", u"T", 2, 4));
     EXPECT_EQ(ErrorOf([&] { Call(readOnly, u"Delete"); }), 3027);
     // A snapshot keeps its rows as they were.
@@ -248,6 +251,33 @@ TEST_F(RecordsetTest, GivesRowsAndChunks)
     EXPECT_EQ(Call(memo, u"GetChunk", 4, 10), Variant(u"mm"));
     EXPECT_EQ(Call(bits, u"GetChunk", 5, 1), Variant(Array(Bytes{5})));
     EXPECT_EQ(ErrorOf([&] { Call(memo, u"AppendChunk", u"x"); }), 3020);
+    // Bytes count as text of two bytes a character.
+    EXPECT_THAT(Rows(database, u"SELECT Len(Bits), LenB(Bits), Len(Noot) FROM T ORDER BY Id"),
+                ElementsAre("1|2|2", "2|4|4", "3|6|6"));
+}
+
+TEST_F(RecordsetTest, FieldsShowTheDesignOfTheirColumn)
+{
+    const ObjectRef database = Create(u"f.mdb");
+    Execute(database, u"CREATE TABLE T (Id COUNTER, Naam TEXT(20) NOT NULL)");
+    const ObjectRef tables = ToObject(Get(database, u"TableDefs"));
+    const ObjectRef column = ToObject(Get(ToObject(Get(tables, u"Item", u"T")), u"Fields", u"Naam"));
+    Put(column, u"AllowZeroLength", true);
+    Put(column, u"DefaultValue", u"\"x\"");
+    for (const TextView source : {u"T", u"SELECT Naam FROM T ORDER BY Id", u"SELECT DISTINCT Naam FROM T",
+                                  u"SELECT A.Naam FROM T AS A, T AS B", u"SELECT Naam FROM (SELECT * FROM T) AS Q"})
+        for (const std::int32_t type : {2, 4, 8}) {
+            const ObjectRef records = Records(database, source, type);
+            const ObjectRef field = ToObject(Get(records, u"Fields", u"Naam"));
+            const std::string which = ToUtf8(source) + ", type " + std::to_string(type);
+            EXPECT_EQ(Get(field, u"Required"), Variant(true)) << which;
+            EXPECT_EQ(Get(field, u"AllowZeroLength"), Variant(true)) << which;
+            EXPECT_EQ(Get(field, u"DefaultValue"), Variant(u"\"x\"")) << which;
+            EXPECT_EQ(ToLong(Get(field, u"Attributes")) & ~32, 2) << which;
+            Call(records, u"Close");
+        }
+    const ObjectRef computed = Records(database, u"SELECT Naam & '' AS Naam FROM T", 4);
+    EXPECT_EQ(Get(ToObject(Get(computed, u"Fields", u"Naam")), u"Required"), Variant(false));
 }
 
 }  // namespace

@@ -40,6 +40,11 @@ TEST(Functions, Text)
         {u"Asc('')", "5: Invalid procedure call or argument"},
         {u"Format(1234.5, '#,##0.00'), Format(#1/2/2003 4:05:06#, 'yyyy-mm-dd hh:nn:ss'), Format(7, '000')",
          "1,234.50,2003-01-02 04:05:06,007"},
+        // Weeks as the last arguments say: 7 January 2024 is a Sunday, 1 January 2021 lies in week 53 of four days.
+        {u"Format(#1/7/2024#, 'w ww'), Format(#1/7/2024#, 'w ww', 2), Format(#1/1/2021#, 'ww', 2, 2)", "1 2,7 1,53"},
+        {u"Format(#1/7/2024#, 'ww', 8)", "5: Invalid procedure call or argument"},
+        // Bytes read as text of two bytes a character.
+        {u"Len(CStr(12)), LenB('abc'), Len(Null)", "2,6,Null"},
     });
 }
 
@@ -60,6 +65,11 @@ TEST(Functions, Conversion)
          u"IsNull('')",
          "True,False,False,True,False,True,False"},
         {u"Hex(255), Hex(-1), Oct(8)", "FF,FFFFFFFF,10"},
+        {u"StringFromGUID({guid {00112233-4455-6677-8899-aabbccddeeff}}), StringFromGUID(Null)",
+         "{guid {00112233-4455-6677-8899-AABBCCDDEEFF}},Null"},
+        {u"GUIDFromString('{00112233-4455-6677-8899-aabbccddeeff}') = {guid {00112233-4455-6677-8899-aabbccddeeff}}",
+         "True"},
+        {u"GUIDFromString('0011')", "13: Type mismatch"},
     });
 }
 
@@ -94,6 +104,7 @@ TEST(Functions, Dates)
          u"DateAdd('s', -1, 1) < 1",
          "#3#,#2#,#8#,#1.25#,#0.0625#,True"},
         {u"DateAdd('d', -1, 0.25), DateAdd('h', -6, 0), DateAdd('d', 2, -1.25)", "#-1.25#,#-1.75#,#1.25#"},
+        {u"TimeValue(#3/5/2024 13:45:30#) = TimeSerial(13, 45, 30), TimeValue(45356.99999999) = 0", "True,True"},
         {u"DateAdd('x', 1, 1)", "5: Invalid procedure call or argument"},
         {u"DateAdd('yyyy', 9000, #1/1/2000#)", "5: Invalid procedure call or argument"},
         {u"DateDiff('yyyy', #12/31/1999#, #1/1/2000#), DateDiff('m', #1/31/2000#, #3/1/2000#), DateDiff('q', "
@@ -113,6 +124,7 @@ TEST(Functions, Dates)
         {u"DatePart('ww', #1/1/2000#), DatePart('ww', #1/2/2000#), DatePart('ww', #12/31/2000#)", "1,2,54"},
         {u"DatePart('ww', #1/2/2000#, 2, 2), DatePart('ww', #1/3/2000#, 2, 2), DatePart('ww', #12/31/2001#, 2, 2)",
          "52,1,1"},
+        {u"DatePart('ww', #1/1/100#, 2, 2), DatePart('ww', #12/31/9999#, 2, 2)", "53,52"},
         {u"DatePart('ww', #1/2/2000#, 2, 3), DatePart('ww', #1/3/2000#, 2, 3)", "52,1"},
         {u"#3/4/2000# - #3/3/2000#, #2000-03-04# = #3/4/2000#, #13/4/2000# = #4/13/2000#, #1 feb 2000# = #2/1/2000#",
          "1,True,True,True"},

@@ -144,6 +144,21 @@ TEST_F(Queries, ArithmeticKeepsItsTypes)
         {u"SELECT Actief + Actief, -Actief FROM Klanten WHERE Id = 1", "-2,1"},
         {u"SELECT Code + 1 FROM Klanten WHERE Id = 1", "6"},
     });
+    // A real never becomes infinite, nor Null for it, wherever it is used; nor does a date leave the calendar.
+    for (const char16_t* sql :
+         {u"SELECT 1e308 * 10", u"SELECT 1e308 + 1e308 + 1", u"SELECT (1e308 + 1e308) - (1e308 + 1e308)",
+          u"SELECT 1e308 * 10 * 0", u"SELECT -1e308 - Korting * 1e308 - 1e308 FROM Klanten WHERE Id = 4",
+          u"SELECT Id FROM Klanten WHERE Korting * 1e308 * 2 > 1",
+          u"SELECT Sum(Korting * 1e308 * 2) FROM Klanten WHERE Id = 4", u"SELECT Sum(1e308) FROM Klanten",
+          u"SELECT Var(Id * 1e200) FROM Klanten", u"SELECT #1/1/2000# + 3000000",
+          u"SELECT Geboren - 1e6 FROM Klanten WHERE Id = 1"})
+        EXPECT_EQ(sample_.ErrorOf(sql), 6) << ToUtf8(sql);
+    Check({
+        {u"SELECT Korting * 2 + 1, Korting * 2 FROM Klanten WHERE Id < 4 GROUP BY Korting * 2 ORDER BY Korting * 2",
+         "Null,Null; 1.2,0.2; 1.5,0.5"},
+        {u"SELECT DISTINCT Korting + 0.5 FROM Klanten WHERE Korting + 0.5 < 1 ORDER BY Korting + 0.5", "0.6; 0.75"},
+        {u"SELECT #1/1/2000# + 3000000 - 3000000", "#36526#"},
+    });
     EXPECT_EQ(sample_.ErrorOf(u"SELECT 1 / 0"), 11);
     EXPECT_EQ(sample_.ErrorOf(u"SELECT 1 \\ 0"), 11);
     EXPECT_EQ(sample_.ErrorOf(u"SELECT 1 Mod 0.2"), 11);
@@ -616,6 +631,14 @@ TEST_F(Queries, LimitsOfSqliteAreNumberedErrors)
     Text deep = u"1";
     for (int i = 0; i < 60; ++i) deep = u"Abs(" + deep + u")";
     EXPECT_EQ(sample_.ErrorOf(u"SELECT " + deep), 3360);
+    // As long as sums of singles, which have no operator in SQLite, go.
+    Text singles = u"Factor", product = u"Korting";
+    for (int i = 1; i < 30; ++i) {
+        singles += u" + Factor";
+        product += u" * Korting";
+    }
+    EXPECT_EQ(sample_.Rows(u"SELECT " + singles + u", " + product + u" FROM Klanten WHERE Id = 4"),
+              "30!,191751.059232884");
     Text columns = u"Id";
     for (int i = 0; i < 3000; ++i) columns += u", Id + " + Decimal(i);
     EXPECT_EQ(sample_.ErrorOf(u"SELECT " + columns + u" FROM Klanten"), 3360);

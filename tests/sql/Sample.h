@@ -15,9 +15,8 @@ namespace vmlib::sql {
 
 /// A few tables in an SQLite connection of their own, in the forms that SqliteValues.h documents, with known rows:
 ///
-///     Klanten   Id AutoNumber, Naam Text 50, Plaats Text 30, Saldo Currency, Geboren Date, Actief Boolean, Opmerking
-///     Memo, Korting Double,
-///               Code Integer, Factor Single
+///     Klanten   Id AutoNumber, Naam Text 50, Plaats Text 30, Saldo Currency, Geboren Date, Actief Boolean,
+///               Opmerking Memo, Korting Double, Code Integer, Factor Single
 ///     Orders    Nr, Klant Long, Datum Date, Bedrag Currency, Soort Text 10
 ///     Regels    Kop Long, Tekst Text 20
 ///     Indexen, Layout, Info as documents have them; Stored queries GroteKlanten, PerPlaats, Kring1, Kring2
