@@ -30,18 +30,18 @@ std::int32_t CopiedVersion(const dao::Database& copy)
     return version;
 }
 
-/// Calls the host's converter, if there is one; afterwards `copy` is the database that it left.
-void CallConverter(Session& session, dao::Database& copy, const Text& fileType, const Text& layoutPath)
+/// Calls the host's converter, if there is one, and returns the database that it left in place of `copy`.
+dao::Database AfterConverter(Session& session, const dao::Database& copy, const Text& fileType, const Text& layoutPath)
 {
-    if (session.sConvertClass.empty()) return;
+    if (session.sConvertClass.empty()) return copy;
     ObjectRef converter;
     ResumeNext([&] { converter = session.classes.Create(session.sConvertClass); });
-    if (!converter) return;
+    if (!converter) return copy;
     const std::int32_t oldVersion = CopiedVersion(copy);
     const std::int32_t newVersion = DBL_GetVersieNummer(session, fileType, layoutPath);
     Variant arguments[] = {copy.Reference(), fileType, oldVersion, newVersion};
     ResumeNext([&] { CallWith(converter, u"PakketConvert", arguments); });
-    if (arguments[0].IsObject()) copy = dao::Database(arguments[0].As<ObjectRef>());
+    return arguments[0].IsObject() ? dao::Database(arguments[0].As<ObjectRef>()) : copy;
 }
 
 }  // namespace
@@ -58,13 +58,13 @@ void DBL_AutoConvertPakket(Session& session, const Text& ConvertClass)
 
 void ConverteerDatabase(Session& session, dao::Database& db, const Text& sFileType, const Text& sLayoutNaam)
 {
-    // Every error skipped up to the converter's call.
+    // What fails is skipped up to the converter's call.
     const Text copyPath = VmdLib_TempPath(session.platform) + Text(conversionCopyName);
-    Closing copy(MakeCopy(session, copyPath));
+    Closing made(MakeCopy(session, copyPath));
     Closing layout(DBL_OpenMdb(session, sLayoutNaam, true, true, false));
-    BuildConvertedTables(*copy, *layout, sFileType);
-    CopyConvertedData(db, *copy, copyPath);
-    CallConverter(session, *copy, sFileType, sLayoutNaam);
+    BuildConvertedTables(*made, *layout, sFileType);
+    CopyConvertedData(db, *made, copyPath);
+    Closing copy(AfterConverter(session, *made, sFileType, sLayoutNaam));
 
     MaakIndexen(sFileType, *copy, *layout);
     MaakRelaties(sFileType, *copy, *layout);
@@ -72,6 +72,8 @@ void ConverteerDatabase(Session& session, dao::Database& db, const Text& sFileTy
     const Text documentPath = db.Name();
     db.Close();
     copy.Close();
+    // Another object when the converter put its own in place: whoever still has ours must not hold the file.
+    ResumeNext([&] { made.Close(); });
     // The old file is there until the whole new one is: deleting it first would leave the only copy in the temporary
     // folder for a while.
     session.platform.files.Replace(copyPath, documentPath);

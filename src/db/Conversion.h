@@ -16,8 +16,8 @@ inline constexpr TextView conversionCopyName = u"ConKopie.tmp";
 
 /// @param db  the open document; afterwards the reopened, converted one. Its Info record is not changed.
 /// @throws    Error from the building of indexes and relations on; the document's file is then untouched. What fails
-/// before (a table, an insert, the
-///            converter) is skipped.
+///            before (a table, an insert, the converter) is skipped, unless it would cost rows that are still wanted: a
+///            full disk, damage, a layout without tables of the type.
 void DBL_AutoConvert2(Session& session, dao::Database& db, const Text& sFileType, const Text& sLayoutNaam);
 
 /// Names the host's converter class; "" calls none.

@@ -1,6 +1,9 @@
 #include "db/ConversionTables.h"
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "automation/Convert.h"
@@ -11,22 +14,41 @@ namespace vmlib::db {
 
 namespace {
 
+/// What says nothing about the statement that failed: memory, disk, locks, a damaged page.
+constexpr ErrorNumber troubles[] = {
+    ErrorNumber::OutOfMemory,     ErrorNumber::TableLocked,      ErrorNumber::EngineDiskFull,
+    ErrorNumber::DatabaseFull,    ErrorNumber::DiskOrNetwork,    ErrorNumber::CouldNotSaveLocked,
+    ErrorNumber::NotADatabase,    ErrorNumber::CouldNotLockFile, ErrorNumber::CouldNotRead,
+    ErrorNumber::DamagedDatabase,
+};
+
+/// Runs a step and skips it when it fails, as what the new layout has no place for is left out that way. Trouble ends
+/// the conversion instead: rows that are still wanted would go with the step, and nobody would hear of it.
+template <class Step>
+std::optional<Error> SkipWhatDoesNotFit(Step&& step)
+{
+    auto error = ResumeNext(std::forward<Step>(step));
+    if (error && std::any_of(std::begin(troubles), std::end(troubles), [&](auto number) { return error->Is(number); }))
+        throw *error;
+    return error;
+}
+
 /// A position that cannot be read counts as a nameless member.
 template <class T>
 std::vector<Text> NamesOf(const dao::Items<T>& items)
 {
     std::int32_t count = 0;
-    ResumeNext([&] { count = items.Count(); });
+    SkipWhatDoesNotFit([&] { count = items.Count(); });
     std::vector<Text> names(static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; i < count; ++i)
-        ResumeNext([&] { names[static_cast<std::size_t>(i)] = items.Item(i).Name(); });
+        SkipWhatDoesNotFit([&] { names[static_cast<std::size_t>(i)] = items.Item(i).Name(); });
     return names;
 }
 
 std::vector<Text> TableNames(const dao::Database& database)
 {
     std::vector<Text> names;
-    ResumeNext([&] { names = NamesOf(database.TableDefs()); });
+    SkipWhatDoesNotFit([&] { names = NamesOf(database.TableDefs()); });
     return names;
 }
 
@@ -47,7 +69,7 @@ class LayoutRows
 public:
     LayoutRows(const dao::Database& layout, const Text& fileType)
     {
-        ResumeNext([&] {
+        SkipWhatDoesNotFit([&] {
             rows_ = Closing(layout.OpenRecordset(
                 u"SELECT * FROM Layout WHERE FileType='" + fileType + u"' ORDER BY TabelNaam", dao::dbOpenSnapshot));
         });
@@ -55,13 +77,15 @@ public:
     }
 
     bool AtEnd() const { return atEnd_; }
+    /// Asked before the first Next: the layout was read, and has no row of the type.
+    bool IsEmpty() const { return rows_ && atEnd_; }
     /// Where it cannot be read it stays that of the row before.
     const Text& TableName() const { return tableName_; }
 
     void Next()
     {
         // A row that cannot be passed ends the reading: trying again would never end.
-        atEnd_ = ResumeNext([&] { rows_->MoveNext(); }).has_value();
+        atEnd_ = SkipWhatDoesNotFit([&] { rows_->MoveNext(); }).has_value();
         if (!atEnd_) ReadPosition();
     }
 
@@ -71,23 +95,23 @@ public:
     void AppendField(const dao::TableDef& table) const
     {
         dao::Field field;
-        ResumeNext([&] { field = table.CreateField(FieldName()); });
-        ResumeNext([&] { field.SetType(Code(u"VeldType")); });
-        ResumeNext([&] { field.SetSize(Code(u"VeldLengte")); });
-        ResumeNext([&] { field.SetAttributes(Code(u"VeldAttribuut")); });
-        ResumeNext([&] {
+        SkipWhatDoesNotFit([&] { field = table.CreateField(FieldName()); });
+        SkipWhatDoesNotFit([&] { field.SetType(Code(u"VeldType")); });
+        SkipWhatDoesNotFit([&] { field.SetSize(Code(u"VeldLengte")); });
+        SkipWhatDoesNotFit([&] { field.SetAttributes(Code(u"VeldAttribuut")); });
+        SkipWhatDoesNotFit([&] {
             if (const auto type = field.Type(); type == dao::dbText || type == dao::dbMemo)
                 field.SetAllowZeroLength(ToBoolean(rows_->Field(u"NulWaardeToegestaan").Value()));
         });
-        ResumeNext([&] { table.Fields().Append(field); });
+        SkipWhatDoesNotFit([&] { table.Fields().Append(field); });
     }
 
 private:
     void ReadPosition()
     {
         atEnd_ = true;
-        ResumeNext([&] { atEnd_ = rows_->AtEnd(); });
-        if (!atEnd_) ResumeNext([&] { tableName_ = ToText(rows_->Field(u"TabelNaam").Value()); });
+        SkipWhatDoesNotFit([&] { atEnd_ = rows_->AtEnd(); });
+        if (!atEnd_) SkipWhatDoesNotFit([&] { tableName_ = ToText(rows_->Field(u"TabelNaam").Value()); });
     }
 
     std::int16_t Code(TextView field) const { return ToInteger(rows_->Field(field).Value()); }
@@ -101,9 +125,9 @@ private:
 void ExtendTable(const dao::TableDef& table, const LayoutRows& row)
 {
     Text name;
-    ResumeNext([&] { name = row.FieldName(); });
+    SkipWhatDoesNotFit([&] { name = row.FieldName(); });
     std::vector<Text> fields;
-    ResumeNext([&] { fields = NamesOf(table.Fields()); });
+    SkipWhatDoesNotFit([&] { fields = NamesOf(table.Fields()); });
     if (!Holds(fields, name)) row.AppendField(table);
 }
 
@@ -112,15 +136,15 @@ void AddTable(const dao::Database& target, LayoutRows& row)
 {
     const Text name = row.TableName();
     dao::TableDef table;
-    ResumeNext([&] { table = target.CreateTableDef(name); });
+    SkipWhatDoesNotFit([&] { table = target.CreateTableDef(name); });
     for (; !row.AtEnd() && row.TableName() == name; row.Next()) row.AppendField(table);
-    ResumeNext([&] { target.TableDefs().Append(table); });
+    SkipWhatDoesNotFit([&] { target.TableDefs().Append(table); });
 }
 
 Text CommonFields(const dao::TableDef& source, const dao::TableDef& target)
 {
     std::vector<Text> sourceFields;
-    ResumeNext([&] { sourceFields = NamesOf(source.Fields()); });
+    SkipWhatDoesNotFit([&] { sourceFields = NamesOf(source.Fields()); });
     Text list;
     for (const Text& name : NamesOf(target.Fields()))
         if (HoldsIgnoringCase(sourceFields, name)) list += name + u", ";
@@ -133,6 +157,8 @@ Text CommonFields(const dao::TableDef& source, const dao::TableDef& target)
 void BuildConvertedTables(const dao::Database& target, const dao::Database& layout, const Text& fileType)
 {
     LayoutRows row(layout, fileType);
+    // As for a new document: an empty database would take the place of the old one.
+    if (row.IsEmpty()) throw Error(ErrorNumber::NoCurrentRecord);
     while (!row.AtEnd()) {
         const std::vector<Text> tables = TableNames(target);
         const auto existing = std::find(tables.begin(), tables.end(), row.TableName());
@@ -140,7 +166,7 @@ void BuildConvertedTables(const dao::Database& target, const dao::Database& layo
             AddTable(target, row);
             continue;
         }
-        ResumeNext(
+        SkipWhatDoesNotFit(
             [&] { ExtendTable(target.TableDefs().Item(static_cast<std::int32_t>(existing - tables.begin())), row); });
         row.Next();
     }
@@ -154,7 +180,7 @@ void CopyConvertedData(const dao::Database& source, const dao::Database& target,
         for (std::size_t j = 0; j < targetTables.size(); ++j) {
             const Text& name = sourceTables[i];
             if (name != targetTables[j]) continue;
-            ResumeNext([&] {
+            SkipWhatDoesNotFit([&] {
                 const Text fields = CommonFields(source.TableDefs().Item(static_cast<std::int32_t>(i)),
                                                  target.TableDefs().Item(static_cast<std::int32_t>(j)));
                 if (fields.empty()) return;

@@ -135,6 +135,7 @@ TEST_F(ConversionTest, ErrorsFromTheIndexesOnLeaveTheDocument)
         {"rows that break a unique index", "INSERT INTO Klant VALUES (3, 'nog een drie', 'x')", false},
         {"an index on a field that is not there", "UPDATE Indexen SET VeldNaam = 'Geen'", true},
         {"no table of relations", "DROP TABLE Relaties", true},
+        {"no table of the file type", "DELETE FROM LayOut", true},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.reason);
@@ -206,6 +207,48 @@ TEST_F(ConversionTest, HostConverterMayReplaceTheDatabase)
     used = &session;
     EXPECT_EQ(Convert(session), 0);
     EXPECT_THAT(Customers(document_), ElementsAre("1|Bakker", "3|Null"));
+}
+
+TEST_F(ConversionTest, ADatabaseThatTheConverterKeepsDoesNotStandInTheWay)
+{
+    Session* used = nullptr;
+    ObjectRef kept;
+    bool toNothing = false;
+    Session session = WithConverter([&](Variant& database, std::vector<Variant>) {
+        kept = ToObject(database);
+        database = toNothing ? ObjectRef() : OpenShared(*used, ToText(Get(kept, u"Name"))).Reference();
+    });
+    used = &session;
+    EXPECT_EQ(Convert(session), 0) << "another one on the same file";
+    EXPECT_EQ(Customers(document_), customers_);
+    SetUp();
+    toNothing = true;
+    EXPECT_EQ(Convert(session), 91);
+    toNothing = false;
+    EXPECT_EQ(Convert(session), 0) << "nothing is held from the failure";
+}
+
+TEST_F(ConversionTest, TheWorkingCopyIsPrivate)
+{
+    const auto permissions = [&] {
+        return std::filesystem::status(real_.ToNative(temporary_ + Text(conversionCopyName))).permissions();
+    };
+    std::filesystem::perms seen = std::filesystem::perms::all;
+    Session session = WithConverter([&](Variant&, std::vector<Variant>) { seen = permissions(); });
+    EXPECT_EQ(Convert(session), 0);
+    EXPECT_EQ(seen, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+}
+
+TEST_F(ConversionTest, ADamagedPageLosesNoRows)
+{
+    std::string bytes = folder_.Read("Winkel.ord");
+    const std::size_t row = bytes.find("Bakker");
+    ASSERT_NE(row, std::string::npos);
+    bytes.replace(row / 2048 * 2048, 2048, 2048, '\0');
+    folder_.Write("Winkel.ord", bytes);
+    Session session = anna_.Session();
+    EXPECT_EQ(Convert(session), 3428) << "not a document without customers";
+    EXPECT_TRUE(folder_.Read("Winkel.ord") == bytes);
 }
 
 TEST_F(ConversionTest, ConvertersThatAreNotCalled)

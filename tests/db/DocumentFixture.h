@@ -22,7 +22,7 @@ public:
     User(Files& files, const Text& name, const Text& temporaryFolder) : files_(files), system(temporaryFolder)
     {
         system.userName = name;
-        RegisterEngine(classes, files, temporaryFolder);
+        RegisterEngine(classes, platform, temporaryFolder);
         engine = std::make_shared<db::EngineHandle>(classes);
     }
 
@@ -245,7 +245,7 @@ protected:
     /// The faults that the structural check finds.
     std::vector<std::string> Faults(const Text& path)
     {
-        jet::Workspace workspace(real_, temporary_);
+        jet::Workspace workspace(real_, temporary_, [] { return Date{}; });
         const auto database = workspace.Open(path, {.exclusive = true, .readOnly = true, .password = u"Zonnebloemen"});
         return jet::Check(*database).faults;
     }

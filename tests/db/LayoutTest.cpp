@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "automation/ResumeNext.h"
 #include "db/Building.h"
 #include "db/ConversionTables.h"
 #include "db/ErrorCodes.h"
@@ -254,6 +255,42 @@ TEST_F(LayoutTest, ConversionSkipsWhatFails)
     EXPECT_THAT(Done({"Append", "Type"}),
                 ElementsAre("Field2.Type = 4", "TableDef1.Fields.Append Field2", "Field3.Type = 4",
                             "TableDef2.Fields.Append Field3", "TableDefs.Append TableDef2"));
+}
+
+TEST_F(LayoutTest, ConversionEndsAtTroubleThatTakesRowsAlong)
+{
+    struct Case
+    {
+        const char* reason;
+        std::int32_t number;
+        bool ends;
+    };
+    const Case cases[] = {
+        {"disk full", 3026, true},
+        {"database full", 3036, true},
+        {"input or output", 3043, true},
+        {"locked by another", 3187, true},
+        {"damaged page", 3428, true},
+        {"out of memory", 7, true},
+        {"a name that is a word", 3134, false},
+        {"a field that is not there", 3127, false},
+        {"too few parameters", 3061, false},
+    };
+    for (const Case& c : cases) {
+        for (const char* failing : {"layout: query", "doc: TableDefs.Append", "old: Execute"}) {
+            SCOPED_TRACE(std::string(c.reason) + ", " + failing);
+            engine_ = std::make_shared<FakeEngine>();
+            engine_->rows[conversionSql] = {FieldRow(u"A", u"X"), FieldRow(u"B", u"X")};
+            engine_->Database("old")->AddTable(u"A", {u"X"});
+            engine_->Database("doc")->AddTable(u"A", {u"X"});
+            engine_->failures = {{failing, c.number}};
+            const auto error = ResumeNext([&] {
+                BuildConvertedTables(Target(), Layout(), u"ORD");
+                CopyConvertedData(dao::Database(engine_->Database("old")), Target(), u"C:\\ConKopie.tmp");
+            });
+            EXPECT_EQ(error ? error->Number() : 0, c.ends ? c.number : 0);
+        }
+    }
 }
 
 TEST_F(LayoutTest, ConversionCopiesCommonFields)
