@@ -97,7 +97,7 @@ public:
     {
         System& system = platform_.system;
         Locale::SetUser(Locale::Named(system.NumberLocaleName()), Locale::Named(system.DateLocaleName()));
-        RegisterEngine(classes_, platform_.files, system.TemporaryFolder().value_or(u"\\"));
+        RegisterEngine(classes_, platform_, system.TemporaryFolder().value_or(u"\\"));
         RegisterClasses(classes_, platform_);
         library_ = classes_.Create(u"VmdDbLibRoutines");
         Call(library_, u"DBL_InitPassWord");

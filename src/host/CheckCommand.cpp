@@ -10,7 +10,7 @@ namespace {
 
 jet::CheckReport CheckFile(Session& session, const Text& path)
 {
-    jet::Workspace workspace(session.platform.files, session.platform.system.TemporaryFolder().value_or(Text()));
+    jet::Workspace workspace = session.Storage();
     jet::OpenOptions options;
     options.readOnly = true;
     options.password = session.Password();
@@ -19,7 +19,7 @@ jet::CheckReport CheckFile(Session& session, const Text& path)
 
 int Check(Session& session, const std::string& file)
 {
-    const jet::CheckReport report = CheckFile(session, session.PathText(file));
+    const jet::CheckReport report = CheckFile(session, session.DatabasePath(file));
     if (session.options.json) {
         const Json json = {{"ok", report.Sound()},  {"tables", report.tables},
                            {"rows", report.rows},   {"indexEntries", report.indexEntries},

@@ -101,6 +101,18 @@ void CommandLine::TakesYes(CLI::App& command, const std::string& description)
     command.add_flag("--yes", session_.options.yes, description);
 }
 
+/// The parser would only say that a command is missing.
+void CommandLine::RefuseUnknownCommand(const std::vector<std::string>& words) const
+{
+    const CLI::App* group = &app_;
+    for (const std::string& word : words) {
+        if (word.starts_with('-') || group->get_subcommands({}).empty()) return;
+        const auto named = group->get_subcommands([&](const CLI::App* command) { return command->check_name(word); });
+        if (named.empty()) throw UsageError{"unknown command " + word + "\nRun with --help for more information."};
+        group = named.front();
+    }
+}
+
 int CommandLine::RunParsed()
 {
     if (session_.options.yes) session_.desktop.AnswerYes();
@@ -115,6 +127,7 @@ int CommandLine::RunParsed()
 int CommandLine::Run(std::vector<std::string> words)
 {
     try {
+        RefuseUnknownCommand(words);
         if (!words.empty() && words.front() == "call") callArguments_ = TakeCallArguments(words);
         std::vector<std::string> reversed(words.rbegin(), words.rend());
         app_.parse(std::move(reversed));

@@ -38,6 +38,7 @@ public:
 
 private:
     class HelpFormatter;
+    void RefuseUnknownCommand(const std::vector<std::string>& words) const;
     int RunParsed();
 
     Session& session_;

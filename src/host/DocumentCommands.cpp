@@ -52,16 +52,16 @@ void WarnOfMarks(Session& session, const std::string& document, const Marks& mar
                     << " could not be marked as in use; others are not told that somebody works on it\n";
     if (!marks.document)
         session.err << "warning: the working file could not be marked with the path of " << document
-                    << "; it can be saved under another name only\n";
+                    << ", which does not fit; it does not tell where it belongs\n";
 }
 
 int Open(Session& session, const DocumentArguments& arguments)
 {
-    const Text document = session.PathText(arguments.document);
+    const Text document = session.DatabasePath(arguments.document);
     Variant workingFile = u"", status = std::int16_t{0}, version = std::int16_t{0}, layoutVersion = std::int16_t{0},
             code = std::int16_t{0};
     Call(session.Routines(), u"DBL_OpenDatabase", document, workingFile, FromUtf8(arguments.type),
-         session.PathText(arguments.layout), status, version, layoutVersion, code);
+         session.DatabasePath(arguments.layout), status, version, layoutVersion, code);
     const bool opened = ToInteger(code) == 0;
     const std::int16_t howOpened = ToInteger(status);
 
@@ -92,8 +92,9 @@ int PrintOutcome(Session& session, const std::string& document, std::int16_t cod
 int Save(Session& session, const std::string& working, const DocumentArguments& arguments)
 {
     Variant code = std::int16_t{0};
-    Call(session.Routines(), u"DBL_OpslaanDatabase", session.PathText(working), session.PathText(arguments.document),
-         session.PathText(arguments.layout), FromUtf8(arguments.type), code);
+    Call(session.Routines(), u"DBL_OpslaanDatabase", session.DatabasePath(working),
+         session.DatabasePath(arguments.document), session.DatabasePath(arguments.layout), FromUtf8(arguments.type),
+         code);
     return PrintOutcome(session, arguments.document, ToInteger(code));
 }
 
@@ -113,7 +114,8 @@ int Release(Session& session, const std::string& document, bool force)
 {
     constexpr std::int16_t notInList = 23;
     // No name at all is nothing to release, as the layer has it.
-    const Text path = document.empty() ? Text() : session.PathText(document);
+    const bool isBlank = document.find_first_not_of(' ') == std::string::npos;
+    const Text path = isBlank ? Text() : session.DatabasePath(document);
     if (force && session.platform.files.Exists(path)) ClearForeignMark(session, document, path);
     Variant code = std::int16_t{0};
     Call(session.Routines(), u"DBL_BestandVrijgeven", path, code);
@@ -125,8 +127,8 @@ int Release(Session& session, const std::string& document, bool force)
 /// Writes the record of a new document into the file in which it is made.
 void AddInfoRecord(Session& session, const DocumentArguments& arguments, const Text& file, const Text& document)
 {
-    const Variant version =
-        Call(session.Routines(), u"DBL_GetVersieNummer", FromUtf8(arguments.type), session.PathText(arguments.layout));
+    const Variant version = Call(session.Routines(), u"DBL_GetVersieNummer", FromUtf8(arguments.type),
+                                 session.DatabasePath(arguments.layout));
     InfoRecord record;
     record.version = ToLong(version);
     record.type = FromUtf8(arguments.type);
@@ -135,44 +137,61 @@ void AddInfoRecord(Session& session, const DocumentArguments& arguments, const T
     WriteInfo(session, file, record);
 }
 
-/// A free name beside a document for what is not finished yet. It has an extension: the engine would add one.
-Text UnfinishedName(Files& files, const Text& path)
+/// An empty file beside a document for what is not finished yet; made at once, so that nobody else takes the name. It
+/// has an extension: the engine would add one.
+Text MakeUnfinished(Files& files, const Text& path)
 {
     for (int n = 0;; ++n) {
-        Text name = path + Text(unfinishedCopyMark) + Decimal(n) + u".tmp";
-        if (!files.Facts(name)) return name;
+        const Text name = path + Text(unfinishedCopyMark) + Decimal(n) + u".tmp";
+        try {
+            files.Open(name, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew, true});
+            return name;
+        } catch (const FileError& error) {
+            if (error.Fault() != FileFault::Exists) throw;
+        }
     }
+}
+
+/// The layer's own operation; returns its code.
+std::int16_t BuildDocument(Session& session, const DocumentArguments& arguments, const Text& file)
+{
+    Variant code = std::int16_t{0};
+    Call(session.Routines(), u"DBL_MaakNieuweDatabase", file, FromUtf8(arguments.type),
+         session.DatabasePath(arguments.layout), code);
+    return ToInteger(code);
 }
 
 /// Made beside the document's name and given it when complete: until then what stood there stands, and what is killed
 /// or fails leaves no half document.
 std::int16_t MakeDocument(Session& session, const DocumentArguments& arguments, const Text& path, bool withInfo)
 {
-    Files& files = session.platform.files;
-    const ObjectRef routines = session.Routines();
     // Where the document may not be written the layer has the code for the reason.
-    const bool mayWrite = ToInteger(Call(routines, u"DBL_GetRechten", path)) == 1;
-    const Text made = mayWrite ? UnfinishedName(files, path) : path;
+    const bool mayWrite = ToInteger(Call(session.Routines(), u"DBL_GetRechten", path)) == 1;
+    if (!mayWrite) return BuildDocument(session, arguments, path);
+
+    Files& files = session.platform.files;
+    const Text made = MakeUnfinished(files, path);
     try {
-        Variant code = std::int16_t{0};
-        Call(routines, u"DBL_MaakNieuweDatabase", made, FromUtf8(arguments.type), session.PathText(arguments.layout),
-             code);
-        if (ToInteger(code) != 0 || !mayWrite) return ToInteger(code);
+        const std::int16_t code = BuildDocument(session, arguments, made);
+        if (code != 0) {
+            files.Delete(made);
+            return code;
+        }
         if (withInfo) AddInfoRecord(session, arguments, made, path);
         if (files.Exists(path))
             files.Replace(made, path);
         else
             files.Rename(made, path);
-        return 0;
+        return code;
     } catch (const Error&) {
-        if (mayWrite) ResumeNext([&] { files.Delete(made); });
+        ResumeNext([&] { files.Delete(made); });
         throw;
     }
 }
 
 int Create(Session& session, const DocumentArguments& arguments, bool withInfo)
 {
-    const Text path = session.platform.files.FullPath(session.PathText(arguments.document));
+    const Text path = session.platform.files.FullPath(session.DatabasePath(arguments.document));
     return PrintOutcome(session, arguments.document, MakeDocument(session, arguments, path, withInfo));
 }
 

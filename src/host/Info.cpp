@@ -53,7 +53,11 @@ void WriteInfo(Session& session, TextView path, const InfoRecord& record)
     const bool isEmpty = ToBoolean(Get(recordset.Object(), u"EOF"));
     Call(recordset.Object(), isEmpty ? u"AddNew" : u"Edit");
     const auto put = [&](TextView name, const Variant& value) {
-        Put(FieldOf(recordset.Object(), name), u"Value", value);
+        try {
+            Put(FieldOf(recordset.Object(), name), u"Value", value);
+        } catch (const Error& error) {
+            throw Error(error.Number(), error.Description() + u" (" + Text(name) + u" of Info)");
+        }
     };
     if (record.version) put(u"Versie", ToInteger(*record.version));
     if (record.type) put(u"BestandType", *record.type);

@@ -3,6 +3,7 @@
 
 #include "host/CommandLine.h"
 #include "host/Json.h"
+#include "host/Layout.h"
 #include "host/Structure.h"
 #include "jet/Database.h"
 
@@ -13,7 +14,7 @@ namespace {
 /// Format, locale, password and pages, which the engine's objects do not tell.
 jet::Database::Facts FileFacts(Session& session, const Text& path)
 {
-    jet::Workspace workspace(session.platform.files, session.platform.system.TemporaryFolder().value_or(Text()));
+    jet::Workspace workspace = session.Storage();
     jet::OpenOptions options;
     options.readOnly = true;
     options.password = session.Password();
@@ -45,18 +46,6 @@ Json ToJson(const TableFacts& table)
             {"rows", table.rows},
             {"fields", std::move(fields)},
             {"indexes", std::move(indexes)}};
-}
-
-Json ToJson(const RelationFacts& relation)
-{
-    Json fields = Json::array();
-    for (const auto& [name, foreignName] : relation.fields)
-        fields.push_back({{"name", ToUtf8(name)}, {"foreignName", ToUtf8(foreignName)}});
-    return {{"name", ToUtf8(relation.name)},
-            {"table", ToUtf8(relation.table)},
-            {"foreignTable", ToUtf8(relation.foreignTable)},
-            {"attributes", relation.attributes},
-            {"fields", std::move(fields)}};
 }
 
 template <class Facts>
@@ -161,7 +150,7 @@ void PrintText(Session& session, const jet::Database::Facts& file, const Structu
 
 int Info(Session& session, const std::string& file, bool withSystemTables)
 {
-    const Text path = session.PathText(file);
+    const Text path = session.DatabasePath(file);
     const jet::Database::Facts facts = FileFacts(session, path);
     const Closer database(session.OpenDatabase(path, true));
     StructureFacts structure = ReadStructure(database.Object());

@@ -91,6 +91,14 @@ double RealFromJson(const Json& json)
     Mismatch("a number is wanted, not " + json.dump());
 }
 
+float SingleFromJson(const Json& json)
+{
+    const double value = RealFromJson(json);
+    const auto single = static_cast<float>(value);
+    if (std::isinf(single) && !std::isinf(value)) throw Error(ErrorNumber::Overflow);
+    return single;
+}
+
 template <class Integer>
 Integer IntegerFromJson(const Json& json)
 {
@@ -210,7 +218,7 @@ Variant TypedFromJson(const Json& json, ObjectNames& objects)
         case VarType::Long:
             return IntegerFromJson<std::int32_t>(value);
         case VarType::Single:
-            return static_cast<float>(RealFromJson(value));
+            return SingleFromJson(value);
         case VarType::Double:
             return RealFromJson(value);
         case VarType::Currency:

@@ -122,10 +122,10 @@ LayoutTable ReadTable(const Json& json, const std::string& place)
     return table;
 }
 
-LayoutRelation ReadRelation(const Json& json, const std::string& place)
+RelationFacts ReadRelation(const Json& json, const std::string& place)
 {
     Reader reader(json, place);
-    LayoutRelation relation;
+    RelationFacts relation;
     relation.name = reader.String("name");
     relation.table = reader.String("table");
     relation.foreignTable = reader.String("foreignTable");
@@ -171,7 +171,9 @@ Json TableToJson(const LayoutTable& table)
     return {{"name", ToUtf8(table.name)}, {"fields", std::move(fields)}, {"indexes", std::move(indexes)}};
 }
 
-Json RelationToJson(const LayoutRelation& relation)
+}  // namespace
+
+Json ToJson(const RelationFacts& relation)
 {
     Json fields = Json::array();
     for (const auto& [name, foreignName] : relation.fields)
@@ -182,8 +184,6 @@ Json RelationToJson(const LayoutRelation& relation)
             {"attributes", relation.attributes},
             {"fields", std::move(fields)}};
 }
-
-}  // namespace
 
 Layout LayoutFromJson(const Json& json)
 {
@@ -202,7 +202,7 @@ Json LayoutToJson(const Layout& layout)
 {
     Json tables = Json::array(), relations = Json::array(), queries = Json::array();
     for (const LayoutTable& table : layout.tables) tables.push_back(TableToJson(table));
-    for (const LayoutRelation& relation : layout.relations) relations.push_back(RelationToJson(relation));
+    for (const RelationFacts& relation : layout.relations) relations.push_back(ToJson(relation));
     for (const LayoutQuery& query : layout.queries)
         queries.push_back(
             {{"name", ToUtf8(query.name)}, {"parameters", ToUtf8(query.parameters)}, {"sql", ToUtf8(query.sql)}});

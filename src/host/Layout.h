@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/Json.h"
+#include "host/Structure.h"
 
 /// A layout as text: the structure of a file type, to be written, reviewed and kept in version control.
 ///
@@ -46,14 +47,6 @@ struct LayoutTable
     bool operator==(const LayoutTable&) const = default;
 };
 
-struct LayoutRelation
-{
-    Text name, table, foreignTable;
-    std::int32_t attributes = 0;
-    std::vector<std::pair<Text, Text>> fields;  // field of table, field of foreignTable
-    bool operator==(const LayoutRelation&) const = default;
-};
-
 struct LayoutQuery
 {
     Text name, parameters, sql;
@@ -65,7 +58,7 @@ struct Layout
     Text type;
     std::int16_t version = 0;
     std::vector<LayoutTable> tables;
-    std::vector<LayoutRelation> relations;
+    std::vector<RelationFacts> relations;
     std::vector<LayoutQuery> queries;
     bool operator==(const Layout&) const = default;
 };
@@ -73,6 +66,8 @@ struct Layout
 /// @throws UsageError that names the place, for a missing or unknown key and a value of the wrong kind
 Layout LayoutFromJson(const Json& json);
 Json LayoutToJson(const Layout& layout);
+/// A relation as layout text and `info` print it.
+Json ToJson(const RelationFacts& relation);
 
 /// Everything in the text that the layout tables or the document layer could not carry, one line each with its place;
 /// empty when all is well.

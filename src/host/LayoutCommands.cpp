@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iostream>
 #include <ostream>
 
@@ -42,16 +43,14 @@ LayoutTable Describe(const TableFacts& facts)
 
 int DescribeDocument(Session& session, const std::string& document, const std::string& type, std::int16_t version)
 {
-    const Closer database(session.OpenDatabase(session.PathText(document), true));
+    const Closer database(session.OpenDatabase(session.DatabasePath(document), true));
     const StructureFacts structure = ReadStructure(database.Object());
     Layout layout;
     layout.type = FromUtf8(type);
     layout.version = version;
     for (const TableFacts& table : structure.tables)
         if (!table.IsSystem()) layout.tables.push_back(Describe(table));
-    for (const RelationFacts& relation : structure.relations)
-        layout.relations.push_back(
-            {relation.name, relation.table, relation.foreignTable, relation.attributes, relation.fields});
+    layout.relations = structure.relations;
     for (const QueryFacts& query : structure.queries) layout.queries.push_back({query.name, u"", query.sql});
     Print(session, layout);
     for (const std::string& fault : LayoutFaults(layout)) session.err << "warning: " << fault << "\n";
@@ -68,16 +67,26 @@ std::vector<Layout> ReadLayouts(std::istream& in)
             in >> json;
             layouts.push_back(LayoutFromJson(json));
         }
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {
         throw UsageError{std::string("layout text: ") + error.what()};
     }
     if (layouts.empty()) throw UsageError{"no layout text on standard input"};
     return layouts;
 }
 
+/// Each layout takes the place of the rows of its type: of two for one type the first would be lost.
+void RefuseSecondOfType(const std::vector<Layout>& layouts)
+{
+    for (auto layout = layouts.begin(); layout != layouts.end(); ++layout)
+        if (std::any_of(layouts.begin(), layout,
+                        [&](const Layout& earlier) { return EqualIgnoringCase(earlier.type, layout->type); }))
+            throw UsageError{"two layouts are of the type " + ToUtf8(layout->type)};
+}
+
 int Import(Session& session, const std::string& file)
 {
     const std::vector<Layout> layouts = ReadLayouts(std::cin);
+    RefuseSecondOfType(layouts);
     bool isSound = true;
     for (const Layout& layout : layouts)
         for (const std::string& fault : LayoutFaults(layout)) {
@@ -85,13 +94,13 @@ int Import(Session& session, const std::string& file)
             isSound = false;
         }
     if (!isSound) return exitUsage;
-    WriteLayouts(session, session.PathText(file), layouts);
+    WriteLayouts(session, session.DatabasePath(file), layouts);
     return exitDone;
 }
 
 int ExportLayouts(Session& session, const std::string& file, const std::string& type)
 {
-    const Text path = session.PathText(file);
+    const Text path = session.DatabasePath(file);
     const std::vector<Text> types = type.empty() ? LayoutTypes(session, path) : std::vector{FromUtf8(type)};
     for (const Text& one : types) Print(session, ReadLayout(session, path, one));
     return exitDone;

@@ -19,7 +19,8 @@ constexpr std::size_t tableNameWidth = 64;
 constexpr std::size_t typeWidth = 50;
 
 constexpr std::int16_t longType = 4, binaryType = 9, textType = 10, longBinaryType = 11, memoType = 12, guidType = 15;
-constexpr std::int16_t automatic = 16;
+constexpr std::int16_t automatic = 16;   // of a field
+constexpr std::int32_t notEnforced = 2;  // of a relation
 
 /// Words that the SQL dialect reads as its own where a name of a table or field stands without brackets.
 constexpr std::array reservedWords = {
@@ -46,6 +47,13 @@ bool IsDigit(char16_t c)
     return c >= u'0' && c <= u'9';
 }
 
+/// The field that an index names, without the sign of its direction.
+TextView IndexedName(TextView written)
+{
+    const bool hasDirection = written.starts_with(u'-') || written.starts_with(u'+');
+    return written.substr(hasDirection ? 1 : 0);
+}
+
 /// Faults of one layout, gathered.
 class Examiner
 {
@@ -58,7 +66,7 @@ public:
         Unique(layout_.tables, "tables");
         for (const LayoutTable& table : layout_.tables) ExamineTable(table);
         Unique(layout_.relations, "relations");
-        for (const LayoutRelation& relation : layout_.relations) ExamineRelation(relation);
+        for (const RelationFacts& relation : layout_.relations) ExamineRelation(relation);
         Unique(layout_.queries, "queries");
         for (const LayoutQuery& query : layout_.queries) ExamineQuery(query);
         return std::move(faults_);
@@ -162,8 +170,7 @@ private:
         ObjectName(place, index.name, indexNameWidth);
         if (index.fields.empty() || index.fields.size() > 10) Fault(place, "an index has 1 to 10 fields");
         for (const Text& written : index.fields) {
-            const bool hasDirection = written.starts_with(u'-') || written.starts_with(u'+');
-            const LayoutField* field = FieldOf(table, TextView(written).substr(hasDirection ? 1 : 0));
+            const LayoutField* field = FieldOf(table, IndexedName(written));
             if (!field) Fault(place, "the table has no field " + ToUtf8(written));
             if (field && (field->type == memoType || field->type == longBinaryType))
                 Fault(place, ToUtf8(written) + " cannot be indexed");
@@ -177,7 +184,21 @@ private:
         return found == layout_.tables.end() ? nullptr : &*found;
     }
 
-    void ExamineRelation(const LayoutRelation& relation)
+    /// A unique index over exactly the fields of the one side, in any order.
+    static bool IsUniqueOver(const LayoutTable& table, const RelationFacts& relation)
+    {
+        return std::ranges::any_of(table.indexes, [&](const LayoutIndex& index) {
+            if (!index.primary && !index.unique) return false;
+            return index.fields.size() == relation.fields.size() &&
+                   std::ranges::all_of(index.fields, [&](const Text& written) {
+                       return std::ranges::any_of(relation.fields, [&](const auto& pair) {
+                           return EqualIgnoringCase(pair.first, IndexedName(written));
+                       });
+                   });
+        });
+    }
+
+    void ExamineRelation(const RelationFacts& relation)
     {
         const std::string place = "relation " + ToUtf8(relation.name);
         ObjectName(place, relation.name, relationNameWidth);
@@ -187,6 +208,8 @@ private:
         if (!table) Fault(place, "there is no table " + ToUtf8(relation.table));
         if (!foreign) Fault(place, "there is no table " + ToUtf8(relation.foreignTable));
         if (!table || !foreign) return;
+        if (!(relation.attributes & notEnforced) && !IsUniqueOver(*table, relation))
+            Fault(place, "table " + ToUtf8(table->name) + " has no unique index of exactly its fields");
         for (const auto& [name, foreignName] : relation.fields) {
             const LayoutField* field = FieldOf(*table, name);
             const LayoutField* foreignField = FieldOf(*foreign, foreignName);

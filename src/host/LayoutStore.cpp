@@ -154,9 +154,9 @@ void ReadIndexes(const ObjectRef& database, TextView type, std::vector<LayoutTab
     }
 }
 
-std::vector<LayoutRelation> ReadRelations(const ObjectRef& database, TextView type)
+std::vector<RelationFacts> ReadRelations(const ObjectRef& database, TextView type)
 {
-    std::vector<LayoutRelation> relations;
+    std::vector<RelationFacts> relations;
     for (const Rows rows(database, OfType(u"Relaties", type, u"TabelNaam1, RelatieNaam, Volgorde"), snapshot);
          !rows.AtEnd(); rows.Next()) {
         const Text name = rows.Name(u"RelatieNaam");
@@ -199,12 +199,16 @@ bool HasField(const ObjectRef& database, TextView table, TextView field)
     });
 }
 
-/// Layout databases of other makers may lack tables that they have no rows for; a document must not be taken for a
-/// layout database.
-void CompleteTables(const ObjectRef& database, TextView path)
+/// A document must not be taken for a layout database.
+void RequireLayout(Session& session, const ObjectRef& database, TextView path)
 {
     if (!HasField(database, u"Info", u"FileType") || !HasField(database, u"LayOut", u"FileType"))
-        throw UsageError{ToUtf8(path) + " is no layout database"};
+        throw UsageError{session.Native(path) + " is no layout database"};
+}
+
+/// Layout databases of other makers may lack tables that they have no rows for.
+void CompleteTables(const ObjectRef& database)
+{
     for (const TablePlan& plan : TablePlans())
         if (!HasField(database, plan.name, u"FileType")) CreateTable(database, plan);
 }
@@ -248,7 +252,7 @@ void AddTables(const ObjectRef& database, const Layout& layout)
 void AddRelations(const ObjectRef& database, const Layout& layout)
 {
     const Rows rows(database, u"Relaties", dynaset);
-    for (const LayoutRelation& relation : layout.relations) {
+    for (const RelationFacts& relation : layout.relations) {
         std::int16_t position = 1;
         for (const auto& [name, foreignName] : relation.fields)
             rows.Add({{u"FileType", layout.type},
@@ -305,7 +309,8 @@ void WriteIntoExisting(Session& session, TextView path, const std::vector<Layout
     const ObjectRef workspace = session.Workspace();
     Call(workspace, u"BeginTrans");
     try {
-        CompleteTables(database.Object(), path);
+        RequireLayout(session, database.Object(), path);
+        CompleteTables(database.Object());
         WriteInto(database.Object(), layouts);
         Call(workspace, u"CommitTrans");
     } catch (...) {
@@ -340,6 +345,7 @@ void WriteNew(Session& session, TextView path, const std::vector<Layout>& layout
 std::vector<Text> LayoutTypes(Session& session, TextView path)
 {
     const Closer database(session.OpenDatabase(path, true));
+    RequireLayout(session, database.Object(), path);
     std::vector<Text> types;
     for (const Rows rows(database.Object(), u"SELECT FileType FROM Info ORDER BY FileType", snapshot); !rows.AtEnd();
          rows.Next())
@@ -350,6 +356,7 @@ std::vector<Text> LayoutTypes(Session& session, TextView path)
 Layout ReadLayout(Session& session, TextView path, TextView type)
 {
     const Closer database(session.OpenDatabase(path, true));
+    RequireLayout(session, database.Object(), path);
     const Rows info(database.Object(), OfType(u"Info", type, u""), snapshot);
     if (info.AtEnd())
         throw Error(static_cast<std::int32_t>(ErrorNumber::NoCurrentRecord),

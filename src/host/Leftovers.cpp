@@ -51,11 +51,17 @@ void FindBeside(const Listing& listing, TextView name, std::vector<Leftover>& fo
     }
 }
 
+/// Where the engine keeps the entries of a large index while it sorts them: vmi, four hexadecimal digits, .tmp.
+bool IsSortFile(TextView name)
+{
+    return name.size() == 11 && StartsWithIgnoringCase(name, u"vmi") && EqualIgnoringCase(name.substr(7), u".tmp");
+}
+
 bool IsTemporary(TextView name)
 {
     const bool isBeside = std::any_of(std::begin(marksBeside), std::end(marksBeside),
                                       [&](const auto& entry) { return name.find(entry.mark) != TextView::npos; });
-    return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy));
+    return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy) || IsSortFile(name));
 }
 
 /// What a file of the temporary folder says of itself.
@@ -98,6 +104,7 @@ void FindCopies(Session& session, TextView document, std::vector<Leftover>& foun
     const auto folder = session.platform.system.TemporaryFolder();
     if (!folder) return;
     const Listing listing = List(session, *folder);
+    const Text stored = FromAnsi(ToAnsi(document));  // what a record can hold of a name
     for (const Text& name : listing.names) {
         const Text path = *folder + name;
         if (!IsTemporary(name) || IsSameFile(session, path, document)) continue;
@@ -106,7 +113,7 @@ void FindCopies(Session& session, TextView document, std::vector<Leftover>& foun
         if (!copy.isFree) continue;
         if (copy.document.empty())
             found.push_back({path, isConversion ? "conversion copy" : "temporary", true});
-        else if (IsSameFile(session, copy.document, document))
+        else if (IsSameFile(session, copy.document, document) || EqualIgnoringCase(copy.document, stored))
             found.push_back({path, isConversion ? "conversion copy" : "working copy"});
         else
             continue;
@@ -133,7 +140,8 @@ void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType)
     std::erase_if(leftovers, [&](const Leftover& leftover) {
         const Text name = NameOf(leftover.path);
         const bool isOfType = fileType.size() >= 2 && StartsWithIgnoringCase(name, prefix);
-        return leftover.isHalfMade && !isOfType && !StartsWithIgnoringCase(name, conversionCopy);
+        const bool isAnyType = IsSortFile(name) || StartsWithIgnoringCase(name, conversionCopy);
+        return leftover.isHalfMade && !isOfType && !isAnyType;
     });
 }
 

@@ -20,6 +20,7 @@ constexpr std::int32_t linkedTable = 0x40000000 | 0x20000000;
 
 RowForm FormOf(bool csv, bool json)
 {
+    if (csv && json) throw UsageError{"rows are printed as one of --csv and --json"};
     return json ? RowForm::Json : csv ? RowForm::Csv : RowForm::Table;
 }
 
@@ -67,12 +68,12 @@ int RunAction(Session& session, const Text& path, const Text& sql, bool strict)
 
 int Query(Session& session, const std::string& file, const std::string& statement, bool csv, bool strict)
 {
-    const Text path = session.PathText(file);
+    const Text path = session.DatabasePath(file);
     const Text sql = FromUtf8(statement);
+    const RowForm form = FormOf(csv, session.options.json);
     {
         const Closer database(session.OpenDatabase(path, true));
-        if (HasRows(database.Object(), sql))
-            return RunSelect(session, database.Object(), sql, FormOf(csv, session.options.json));
+        if (HasRows(database.Object(), sql)) return RunSelect(session, database.Object(), sql, form);
     }
     return RunAction(session, path, sql, strict);
 }
@@ -135,10 +136,10 @@ void ExportAll(Session& session, const ObjectRef& database, RowForm form, const 
 
 int Export(Session& session, const std::string& file, const std::string& table, const std::string& into, bool csv)
 {
-    if (csv == session.options.json) throw UsageError{"one of --csv and --json is required"};
-    if (table.empty() == into.empty()) throw UsageError{"either a table or --into FOLDER for all of them"};
     const RowForm form = FormOf(csv, session.options.json);
-    const Closer database(session.OpenDatabase(session.PathText(file), true));
+    if (form == RowForm::Table) throw UsageError{"one of --csv and --json is required"};
+    if (table.empty() == into.empty()) throw UsageError{"either a table or --into FOLDER for all of them"};
+    const Closer database(session.OpenDatabase(session.DatabasePath(file), true));
     if (table.empty())
         ExportAll(session, database.Object(), form, into);
     else

@@ -181,7 +181,8 @@ Json RpcBridge::Invoke(const Json& params)
     for (const Json& argument : given) arguments.push_back(FromJson(argument, *this));
     const std::vector<Variant> before = arguments;
     const Json hex = params.value("hex", Json(false));
-    const StringForm strings = hex.is_boolean() && hex.get<bool>() ? StringForm::Bytes : StringForm::Text;
+    if (!hex.is_boolean()) throw ProtocolError{invalidParams, "hex is true or false"};
+    const StringForm strings = hex.get<bool>() ? StringForm::Bytes : StringForm::Text;
 
     const Variant result = object->Invoke(TextParameter(params, "member"), InvokeKind::MethodOrGet, arguments);
     Json answer = {{"result", ToJson(result, *this, strings)}};

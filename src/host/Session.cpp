@@ -7,6 +7,7 @@
 #include "automation/ResumeNext.h"
 #include "component/Component.h"
 #include "engine/Engine.h"
+#include "jet/Opening.h"
 
 namespace vmlib::host {
 
@@ -46,8 +47,10 @@ void Session::RegisterLibrary()
     std::optional<Text> password;
     if (options.noPassword) password.emplace();
     if (options.password) password = FromUtf8(*options.password);
+    if (password && password->find(u';') != Text::npos)
+        throw UsageError{"a password has no ; in it: it ends there in what the engine is told"};
     RegisterClasses(classes, platform, password);
-    RegisterEngine(classes, platform.files, platform.system.TemporaryFolder().value_or(u"Z:\\tmp\\"));
+    RegisterEngine(classes, platform, platform.system.TemporaryFolder().value_or(u"Z:\\tmp\\"));
 }
 
 ObjectRef Session::Create(TextView className)
@@ -90,9 +93,21 @@ ObjectRef Session::Workspace()
     return ToObject(Get(ToObject(Get(engine_, u"Workspaces")), u"Item", std::int32_t{0}));
 }
 
+jet::Workspace Session::Storage()
+{
+    return jet::Workspace(platform.files, platform.system.TemporaryFolder().value_or(Text()),
+                          [this] { return platform.system.Now(); });
+}
+
 ObjectRef Session::OpenDatabase(TextView path, bool readOnly)
 {
     return ToObject(Call(Workspace(), u"OpenDatabase", path, false, readOnly, Connect()));
+}
+
+Text Session::DatabasePath(const std::string& native)
+{
+    const Text path = PathText(native);
+    return platform.files.Exists(path) ? path : jet::WithExtension(path);
 }
 
 std::string Session::CodeText(std::int16_t code)

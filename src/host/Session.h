@@ -7,6 +7,7 @@
 #include "automation/ClassRegistry.h"
 #include "host/Arguments.h"
 #include "host/HostDesktop.h"
+#include "jet/Database.h"
 #include "platform/Platform.h"
 
 namespace vmlib::host {
@@ -52,11 +53,15 @@ public:
     Text Password();
     /// The default workspace of the embedded engine.
     ObjectRef Workspace();
+    /// The storage itself, to look at a file page by page.
+    jet::Workspace Storage();
     /// Shared; a file that is read-only opens read-only whatever is asked. @throws the engine's Error
     ObjectRef OpenDatabase(TextView path, bool readOnly);
 
     /// A native path of the command line as path text.
     Text PathText(const std::string& native) { return platform.files.FromNative(native); }
+    /// The same for a database: a name without extension means the one with ".mdb", as it does to the engine.
+    Text DatabasePath(const std::string& native);
     std::string Native(TextView path) { return platform.files.ToNative(path); }
 
     /// The Dutch text of a database code, lines ended as the platform does.

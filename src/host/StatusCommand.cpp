@@ -56,7 +56,7 @@ void PrintText(Session& session, const std::string& document, const InfoRecord& 
 
 void PrintStatus(Session& session, const std::string& document)
 {
-    const Text path = session.PathText(document);
+    const Text path = session.DatabasePath(document);
     auto leftovers = FindLeftovers(session, path);
     const auto print = session.options.json ? PrintJson : PrintText;
     const auto facts = session.platform.files.Facts(path);

@@ -45,6 +45,7 @@ struct RelationFacts
     Text name, table, foreignTable;
     std::int32_t attributes = 0;
     std::vector<std::pair<Text, Text>> fields;  // field of table, field of foreignTable
+    bool operator==(const RelationFacts&) const = default;
 };
 
 struct QueryFacts

@@ -98,6 +98,7 @@ TEST(JsonTest, RefusesWhatIsNoValue)
         {R"({"type":"Integer","value":32768})", ErrorNumber::Overflow},
         {R"({"type":"Byte","value":-1})", ErrorNumber::Overflow},
         {R"({"type":"Long","value":18446744073709551615})", ErrorNumber::Overflow},
+        {R"({"type":"Single","value":1e39})", ErrorNumber::Overflow},
         {R"({"type":"Currency","value":"1,5"})", ErrorNumber::TypeMismatch},
         {R"({"type":"Currency","value":"1.23456"})", ErrorNumber::TypeMismatch},
         {R"({"type":"Currency","value":"922337203685477.5808"})", ErrorNumber::Overflow},
@@ -122,6 +123,8 @@ TEST(JsonTest, FieldsOfRowsArePlain)
 {
     EXPECT_EQ(FieldToJson(Currency{12345678}, false).dump(), R"("1234.5678")");
     EXPECT_EQ(FieldToJson(Date{0.25}, false).dump(), R"("1899-12-30T06:00:00")");
+    EXPECT_EQ(FieldToJson(Date{3e6}, false).dump(), "3000000.0");  // no such day: the serial
+    EXPECT_EQ(FieldToText(Date{-1e9}, false, "-"), "-1000000000");
     EXPECT_EQ(FieldToJson(u"{guid {6F9619FF-8B86-D011-B42D-00CF4FC964FF}}", true).dump(),
               R"("{6F9619FF-8B86-D011-B42D-00CF4FC964FF}")");
     EXPECT_EQ(FieldToJson(u"{guid {x}}", false).dump(), R"("{guid {x}}")");  // only a GUID field's

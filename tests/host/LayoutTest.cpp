@@ -90,6 +90,8 @@ TEST(LayoutTest, FaultsAreWhatTheLayerCannotCarry)
         {"/relations/0/table", R"("Weg")", "there is no table Weg"},
         {"/relations/0/fields/0/name", R"("Naam")", "Naam and Klant are of different types"},
         {"/relations/0/fields", "[]", "it has no fields"},
+        {"/tables/0/indexes/0/fields", R"(["Nummer", "Naam"])", "Klanten has no unique index of exactly its fields"},
+        {"/tables/0/indexes", "[]", "Klanten has no unique index of exactly its fields"},
         {"/queries/0/name", R"("Meer dan twintig tekens")", "longer than 20 characters"},
         {"/queries/0/name", R"("Posten")", "a table has that name"},
         {"/queries/0/sql", R"("")", "it has no SQL"},

@@ -131,6 +131,7 @@ TEST_F(ProgramTest, UsageErrorsAreCodeTwoAndGoToStandardError)
                                                {"export", "a.mdb", "T"},
                                                {"call", "MBF", "CVI", "i:x"},
                                                {"call", "X"},
+                                               {"info", "a", "--password", "x;y"},
                                                {"info", "a", "--password", "x", "--no-password"}}) {
         const Outcome outcome = Run(words);
         EXPECT_EQ(outcome.code, 2) << (words.empty() ? "" : words[0]);

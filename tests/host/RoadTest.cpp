@@ -91,8 +91,8 @@ protected:
         return outcome.out;
     }
 
-    /// A document of version 1 with the sample rows, converted to version 2, changed and saved.
-    void MakeDocument()
+    /// A document of version 1 with the sample rows, and a layout of version 2.
+    void MakeOldDocument()
     {
         Run({"layout", "import", layout_}, Contents(sources / "examples/orders-v1.json"));
         Run({"create", document_, "--type", "ORDERS", "--layout", layout_});
@@ -100,6 +100,12 @@ protected:
             Run({"query", document_, statement});
         Run({"query", document_, "UPDATE Klanten SET Notitie = Notitie & String(5000, 'é') WHERE KlantNr = 1"});
         Run({"layout", "import", layout_}, Contents(sources / "examples/orders-v2.json"));
+    }
+
+    /// The same, converted to version 2, changed and saved.
+    void MakeDocument()
+    {
+        MakeOldDocument();
         std::string working = Run({"open", document_, "--type", "ORDERS", "--layout", layout_});
         working.erase(working.find_last_not_of('\n') + 1);
         Run({"query", working,
@@ -146,6 +152,28 @@ protected:
     Program vmlib_;
     std::string document_, layout_;
 };
+
+/// What ./run shows; it stops at the first thing that is not as it should be.
+TEST_F(RoadTest, TheSampleRoadRunsToItsEnd)
+{
+    const auto said = Shell("'" + (sources / "examples/road.sh").string() + "' '" +
+                            fs::path(VMLIB_PROGRAM).parent_path().string() + "'");
+    ASSERT_TRUE(said);
+    EXPECT_THAT(*said, testing::EndsWith("The document arrived: converted, changed, saved, released and sound.\n"));
+}
+
+TEST_F(RoadTest, AHostInPythonConverts)
+{
+    if (!Shell("python3 --version")) GTEST_SKIP() << "python3 is not there";
+    MakeOldDocument();
+    const auto said = Shell("TMPDIR='" + vmlib_.environment["TMPDIR"] + "' python3 '" +
+                            (sources / "examples/orders_host.py").string() + "' '" VMLIB_PROGRAM "' '" + document_ +
+                            "' '" + layout_ + "'");
+    ASSERT_TRUE(said);
+    const std::string working = said->substr(0, said->find('\n'));
+    EXPECT_EQ(Run({"query", working, "SELECT Bedrijfsnaam FROM Klanten WHERE KlantNr = 2", "--json"}),
+              "{\"Bedrijfsnaam\":\"Van 't Hof & Zonen\"}\n");
+}
 
 TEST_F(RoadTest, IndependentCheckerFindsTheFilesSound)
 {

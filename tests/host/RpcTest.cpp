@@ -138,19 +138,20 @@ TEST_F(RpcTest, CallsGetsAndSets)
 
 TEST_F(RpcTest, ErrorsCarryNumberAndText)
 {
-    const auto said =
-        Talk({createProbe, R"({"jsonrpc":"2.0","id":2,"method":"call","params":{"object":1,"member":"Fail"}})",
-              R"({"jsonrpc":"2.0","id":3,"method":"call","params":{"object":1,"member":"Nothing"}})",
-              R"({"jsonrpc":"2.0","id":4,"method":"create","params":{"class":"No.Such"}})",
-              R"({"jsonrpc":"2.0","id":5,"method":"dance"})",
-              R"({"jsonrpc":"2.0","id":6,"method":"call","params":{"member":"Fail"}})",
-              R"({"jsonrpc":"2.0","id":7,"method":"call","params":[]})", "not json", "42",
-              R"({"jsonrpc":"2.0","id":8,"method":"get","params":{"object":1,"member":"Greeting"}})"});
-    ASSERT_EQ(said.size(), 10u);
+    const auto said = Talk(
+        {createProbe, R"({"jsonrpc":"2.0","id":2,"method":"call","params":{"object":1,"member":"Fail"}})",
+         R"({"jsonrpc":"2.0","id":3,"method":"call","params":{"object":1,"member":"Nothing"}})",
+         R"({"jsonrpc":"2.0","id":4,"method":"create","params":{"class":"No.Such"}})",
+         R"({"jsonrpc":"2.0","id":5,"method":"dance"})",
+         R"({"jsonrpc":"2.0","id":6,"method":"call","params":{"member":"Fail"}})",
+         R"({"jsonrpc":"2.0","id":7,"method":"call","params":[]})",
+         R"({"jsonrpc":"2.0","id":9,"method":"call","params":{"object":1,"member":"Child","hex":"yes"}})", "not json",
+         "42", R"({"jsonrpc":"2.0","id":8,"method":"get","params":{"object":1,"member":"Greeting"}})"});
+    ASSERT_EQ(said.size(), 11u);
     EXPECT_EQ(said[1]["error"], Json::parse(R"({"code":3021,"message":"No current record."})"));
-    const int codes[] = {438, 429, -32601, -32602, -32602, -32700, -32600};
+    const int codes[] = {438, 429, -32601, -32602, -32602, -32602, -32700, -32600};
     for (std::size_t i = 0; i < std::size(codes); ++i) EXPECT_EQ(said[i + 2]["error"]["code"], codes[i]) << said[i + 2];
-    EXPECT_EQ(said[9]["result"]["result"], "hallo");  // and it goes on
+    EXPECT_EQ(said[10]["result"]["result"], "hallo");  // and it goes on
 }
 
 TEST_F(RpcTest, WhatNoRequestMayBeIsRefusedWithItsId)
