@@ -17,7 +17,7 @@ void RegisterClass(ClassRegistry& classes, const ClassRegistry::Maker& maker)
 
 }  // namespace
 
-void RegisterClasses(ClassRegistry& classes, Platform& platform, std::optional<Text> password)
+void RegisterClasses(ClassRegistry& classes, Platform& platform, const std::optional<Text>& password)
 {
     const auto engine = std::make_shared<db::EngineHandle>(classes);
     RegisterClass<VmdDbLibRoutines>(classes, [&classes, &platform, engine, password] {

@@ -13,6 +13,6 @@ namespace vmlib {
 /// @param platform  outlives the registry
 /// @param password  what DBL_InitPassWord takes instead of the library's own password, for files that have another; ""
 /// for files without one
-void RegisterClasses(ClassRegistry& classes, Platform& platform, std::optional<Text> password = {});
+void RegisterClasses(ClassRegistry& classes, Platform& platform, const std::optional<Text>& password = {});
 
 }  // namespace vmlib

@@ -107,7 +107,7 @@ std::int32_t RecordsetField::FieldSize()
 
 Variant RecordsetField::GetChunk(std::int32_t offset, std::int32_t count)
 {
-    const Variant value = Value();
+    Variant value = Value();
     if (value.IsText()) return Part(value.As<Text>(), offset, count);
     if (value.IsArray()) return Variant(Array(Part(value.AsArray().AsBytes(), offset, count)));
     if (value.IsNull()) return value;

@@ -71,6 +71,7 @@ public:
         std::ranges::stable_sort(
             rows, [&](const Chosen& left, const Chosen& right) { return Compare(left.keys, right.keys) < 0; });
         std::vector<Bytes> bookmarks;
+        bookmarks.reserve(rows.size());
         for (Chosen& row : rows) bookmarks.push_back(std::move(row.bookmark));
         return bookmarks;
     }

@@ -12,6 +12,7 @@ namespace {
 std::vector<jet::Value> KeyOf(const jet::Row& row, const std::vector<std::size_t>& columns)
 {
     std::vector<jet::Value> key;
+    key.reserve(columns.size());
     for (const std::size_t column : columns) key.push_back(row[column]);
     return key;
 }

@@ -34,6 +34,7 @@ int CallMember(Session& session, const std::string& className, const std::string
                const std::vector<std::string>& words, bool hex)
 {
     std::vector<Variant> arguments;
+    arguments.reserve(words.size());
     for (const std::string& word : words) arguments.push_back(ParseArgument(word));
     try {
         const ObjectRef object = Create(session, FromUtf8(className));

@@ -178,6 +178,7 @@ Json RpcBridge::Invoke(const Json& params)
     const ObjectRef object = Named({{"id", IdParameter(params)}});
     const std::vector<Json> given = ArgumentsOf(params);
     std::vector<Variant> arguments;
+    arguments.reserve(given.size());
     for (const Json& argument : given) arguments.push_back(FromJson(argument, *this));
     const std::vector<Variant> before = arguments;
     const Json hex = params.value("hex", Json(false));

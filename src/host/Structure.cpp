@@ -1,5 +1,7 @@
 #include "host/Structure.h"
 
+#include <algorithm>
+
 #include "automation/Convert.h"
 
 namespace vmlib::host {
@@ -29,6 +31,7 @@ auto Each(const ObjectRef& owner, TextView collection, Read read)
     const ObjectRef items = ToObject(Get(owner, collection));
     const std::int32_t count = LongOf(items, u"Count");
     std::vector<decltype(read(items))> facts;
+    facts.reserve(static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; i < count; ++i) facts.push_back(read(ToObject(Get(items, u"Item", i))));
     return facts;
 }

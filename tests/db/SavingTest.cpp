@@ -12,8 +12,6 @@ using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
 using testing::UnorderedElementsAre;
 using vmlib::test::DocumentFixture;
 using vmlib::test::FailingFiles;

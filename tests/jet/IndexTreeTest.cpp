@@ -15,7 +15,6 @@
 namespace vmlib::jet {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 

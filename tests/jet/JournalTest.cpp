@@ -8,7 +8,6 @@ namespace vmlib::jet {
 namespace {
 
 using test::FailingFiles;
-using test::Fault;
 using test::FaultKind;
 using testing::AnyOf;
 using testing::Contains;

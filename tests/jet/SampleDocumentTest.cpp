@@ -9,9 +9,7 @@
 namespace vmlib::jet {
 namespace {
 
-using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 /// What tests/tools/jetcheck.py says of a file; no value without Python.
 std::optional<std::string> SecondOpinion(const std::filesystem::path& file, const std::string& options = "")
