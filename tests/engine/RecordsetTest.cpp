@@ -98,8 +98,9 @@ TEST_F(RecordsetTest, OnlyWhatTheTypeCanDo)
     EXPECT_EQ(ErrorOf([&] { Put(table, u"Index", u"Geen"); }), 3015);
     EXPECT_EQ(ErrorOf([&] { Put(snapshot, u"Index", u"PK"); }), 3251);
     EXPECT_EQ(ErrorOf([&] { Records(database, u"T", 3); }), 3001);
-    for (const auto& [options, lockEdit] : {std::pair{48, 3}, std::pair{4, 4}})
-        EXPECT_EQ(ErrorOf([&] { Call(database, u"OpenRecordset", u"T", 2, options, lockEdit); }), 3001);
+    const auto open = [&](int options, int lockEdit) { Call(database, u"OpenRecordset", u"T", 2, options, lockEdit); };
+    EXPECT_EQ(ErrorOf([&] { open(48, 3); }), 3001);
+    EXPECT_EQ(ErrorOf([&] { open(4, 4); }), 3001);
     EXPECT_EQ(Get(ToObject(Call(database, u"OpenRecordset", u"T", 2, 0, 4)), u"Updatable"), Variant(false));
     const ObjectRef readOnly = ToObject(Call(database, u"OpenRecordset", u"T", 2, 4));
     EXPECT_EQ(ErrorOf([&] { Call(readOnly, u"Delete"); }), 3027);
