@@ -1,6 +1,7 @@
 #include "fuzz/SmallDocument.h"
 
 #include "jet/Pager.h"
+#include "jet/PlainQuery.h"
 
 namespace vmlib::fuzz {
 
@@ -114,25 +115,6 @@ void MoveRows(Database& database)
     unit.Commit();
 }
 
-Database::StoredQuery Query()
-{
-    Database::StoredQuery query;
-    query.name = u"Namen";
-    const auto row = [&](std::uint8_t attribute, std::optional<Text> name1, std::optional<Text> expression) {
-        QueryRow made;
-        made.attribute = attribute;
-        made.order = 1;
-        made.name1 = std::move(name1);
-        made.expression = std::move(expression);
-        query.rows.push_back(std::move(made));
-    };
-    row(0, {}, {});
-    row(255, {}, {});
-    row(5, u"Klanten", {});
-    row(6, {}, u"Klanten.Naam");
-    return query;
-}
-
 Bytes Make()
 {
     test::MemoryFiles files;
@@ -143,7 +125,7 @@ Bytes Make()
     MakeTypes(*database);
     ChangeColumns(*database);
     MoveRows(*database);
-    database->StoreQuery(Query());
+    database->StoreQuery(PlainQuery(u"Namen", u"Klanten.Naam"));
     database->Close();
     return files.Contents(documentPath).value();
 }

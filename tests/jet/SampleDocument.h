@@ -3,6 +3,7 @@
 #include <random>
 
 #include "jet/DatabaseFixture.h"
+#include "jet/PlainQuery.h"
 
 namespace vmlib::jet {
 
@@ -21,7 +22,7 @@ protected:
         MakeCustomers(*database);
         MakeLines(*database);
         ChangeRows(*database);
-        database->StoreQuery(Query());
+        database->StoreQuery(PlainQuery(u"Alle klanten", u"Klanten.Naam & \" te \" & Klanten.Plaats"));
         database->Close();
         return folder_.Read("sample.mdb");
     }
@@ -137,25 +138,6 @@ private:
         }
         for (const RowPointer at : doomed) lines->Delete(at);
         unit.Commit();
-    }
-
-    static Database::StoredQuery Query()
-    {
-        Database::StoredQuery query;
-        query.name = u"Alle klanten";
-        const auto row = [&](std::uint8_t attribute, std::optional<Text> name1, std::optional<Text> expression) {
-            QueryRow made;
-            made.attribute = attribute;
-            made.order = 1;
-            made.name1 = std::move(name1);
-            made.expression = std::move(expression);
-            query.rows.push_back(std::move(made));
-        };
-        row(0, {}, {});
-        row(255, {}, {});
-        row(5, u"Klanten", {});
-        row(6, {}, u"Klanten.Naam & \" te \" & Klanten.Plaats");
-        return query;
     }
 };
 
