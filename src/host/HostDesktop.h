@@ -23,6 +23,8 @@ public:
     std::int16_t MessageBox(TextView text, std::int32_t style, TextView title) override;
     std::int16_t MousePointer() override { return native_.MousePointer(); }
     void SetMousePointer(std::int16_t pointer) override { native_.SetMousePointer(pointer); }
+    std::int16_t KeyState(std::int16_t key) override { return native_.KeyState(key); }
+    void SendKeys(TextView text) override { native_.SendKeys(text); }
 
     /// A question of the program's own; without anybody who answers it is No.
     bool Confirm(TextView question);

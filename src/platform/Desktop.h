@@ -10,6 +10,9 @@ namespace vmlib {
 inline constexpr std::int16_t defaultPointer = 0;
 inline constexpr std::int16_t hourglassPointer = 11;
 
+inline constexpr std::int16_t insertKey = 45;
+inline constexpr std::int16_t decimalKey = 110;  // of the numeric keypad
+
 /// What a person sees. Message-box styles: button sets 0 to 5, icons 16, 32, 48, 64, default button 0, 256, 512;
 /// answers 1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No.
 class Desktop
@@ -24,6 +27,12 @@ public:
     /// The application's mouse pointer; a hook for a busy indicator.
     virtual std::int16_t MousePointer() = 0;
     virtual void SetMousePointer(std::int16_t pointer) = 0;
+
+    /// State of a key by the platform's key code: bit 15 held down, bit 0 toggled on. 0 without a desktop.
+    virtual std::int16_t KeyState(std::int16_t key) = 0;
+    /// Types text into the window that has the keyboard focus, without waiting for it to be read. Nothing happens
+    /// without a desktop.
+    virtual void SendKeys(TextView text) = 0;
 };
 
 /// The safe answer of a button set (style and 15).

@@ -132,6 +132,15 @@ struct FileFacts
     FileIdentity identity;
 };
 
+/// What a file's properties show.
+struct FileProperties
+{
+    bool isReadOnly = false, isArchive = false, isHidden = false, isSystem = false;
+    bool isFolder = false;
+    std::uint64_t size = 0;
+    Date created, modified, accessed;  // coordinated universal time
+};
+
 /// What Copy and Replace write beside a file before it takes its name: NAME followed by this and four hexadecimal
 /// digits. One that is there while nobody works on NAME was left by an interrupted process.
 inline constexpr TextView unfinishedCopyMark = u"-new-";
@@ -147,6 +156,14 @@ public:
     /// Nothing there: no value.
     virtual std::optional<FileFacts> Facts(TextView path) = 0;
     bool Exists(TextView path);  // a file, not a folder
+    /// @throws FileError when there is nothing or it cannot be asked
+    virtual FileProperties Properties(TextView path) = 0;
+
+    /// The path with each part that is longer than eight characters, a point and three by its short name, which opens
+    /// the same file; the rest as given. Nothing there: no value.
+    virtual std::optional<Text> ShortPath(TextView path) = 0;
+    /// The network name ("\\server\share") that a drive ("K:") stands for; no value for a local one.
+    virtual std::optional<Text> NetworkName(TextView drive) = 0;
 
     /// Deletes a file after taking its exclusive lock, so it fails while somebody has the file open; a read-only file
     /// is AccessDenied. A power cut soon after may bring the file back: nobody loses anything by that, and a sync for

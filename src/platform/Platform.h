@@ -2,6 +2,8 @@
 
 #include "platform/Desktop.h"
 #include "platform/Files.h"
+#include "platform/Processes.h"
+#include "platform/RegistryStore.h"
 #include "platform/System.h"
 
 namespace vmlib {
@@ -12,6 +14,8 @@ struct Platform
     Files& files;
     System& system;
     Desktop& desktop;
+    RegistryStore& registry;
+    Processes& processes;
 };
 
 /// The platform that this build was made for; lives as long as the process.

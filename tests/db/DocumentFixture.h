@@ -93,7 +93,7 @@ private:
 public:
     FakeSystem system;
     FakeDesktop desktop;
-    Platform platform{files_, system, desktop};
+    Platform platform = PlatformOf(files_, system, desktop);
     ClassRegistry classes;
     std::shared_ptr<db::EngineHandle> engine;
 };

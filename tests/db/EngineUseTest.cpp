@@ -29,7 +29,7 @@ protected:
     posix::PosixFiles files_;
     vmlib::test::FakeSystem system_{folder_.Path() + u"\\"};
     vmlib::test::FakeDesktop desktop_;
-    Platform platform_{files_, system_, desktop_};
+    Platform platform_ = vmlib::test::PlatformOf(files_, system_, desktop_);
     ClassRegistry classes_;
     std::shared_ptr<EngineHandle> handle_ = std::make_shared<EngineHandle>(classes_);
     std::shared_ptr<FakeEngine> engine_ = std::make_shared<FakeEngine>();

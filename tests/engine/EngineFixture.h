@@ -28,7 +28,8 @@ protected:
     EngineTest() : EngineTest(nullptr) {}
     /// @param files  a port that fails, say; the platform's own when null
     explicit EngineTest(Files* files)
-        : platform_{files ? *files : Platform().files, Platform().system, Platform().desktop}
+        : platform_{files ? *files : Platform().files, Platform().system, Platform().desktop, Platform().registry,
+                    Platform().processes}
     {
         RegisterEngine(classes_, platform_, folder_.Path() + u"\\");
     }

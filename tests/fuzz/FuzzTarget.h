@@ -24,6 +24,7 @@ extern const Target journal;
 extern const Target sqlText;
 extern const Target jsonLines;
 extern const Target conversions;
+extern const Target registryText;
 
 /// A promise that does not hold for the input. No std::exception, so that nothing under test takes it for its own.
 struct Broken

@@ -54,7 +54,8 @@ TEST_P(FuzzTest, SeedsAndTheirMutationsHold)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Parsers, FuzzTest, testing::Values(&jetFile, &journal, &sqlText, &jsonLines, &conversions),
+INSTANTIATE_TEST_SUITE_P(Parsers, FuzzTest,
+                         testing::Values(&jetFile, &journal, &sqlText, &jsonLines, &conversions, &registryText),
                          [](const auto& info) { return std::string(info.param->name); });
 
 }  // namespace

@@ -112,7 +112,7 @@ void RunBridge(const std::string& lines)
     files.Put(documentPath, SmallDocument());
     test::FakeDesktop desktop;
     test::FakeSystem system(Text(u"Z:\\"));
-    Platform platform{files, system, desktop};
+    Platform platform = test::PlatformOf(files, system, desktop);
     ClassRegistry classes;
     classes.Register(u"Collection", [] { return std::make_shared<Collection>(); });
     std::ostringstream out, err;

@@ -21,6 +21,9 @@ public:
 
     std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) override;
     std::optional<FileFacts> Facts(TextView path) override;
+    FileProperties Properties(TextView path) override { throw FileError(FileFault::NotFound, path); }
+    std::optional<Text> ShortPath(TextView) override { return std::nullopt; }
+    std::optional<Text> NetworkName(TextView) override { return std::nullopt; }
     void Delete(TextView path) override;
     void Rename(TextView from, TextView to) override;
     void Copy(TextView from, TextView to) override;

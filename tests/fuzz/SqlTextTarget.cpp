@@ -123,7 +123,7 @@ Outcome RunOn(test::MemoryFiles& files, TextView sql)
     ClassRegistry classes;
     test::FakeSystem system;
     test::FakeDesktop desktop;
-    Platform platform{files, system, desktop};
+    Platform platform = test::PlatformOf(files, system, desktop);
     RegisterEngine(classes, platform, u"Z:\\");
     Outcome outcome;
     {

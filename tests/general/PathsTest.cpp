@@ -22,7 +22,7 @@ protected:
     FailingFiles files_{real_};
     FakeSystem system_{folder_.Path() + u"\\"};
     FakeDesktop desktop_;
-    Platform platform_{files_, system_, desktop_};
+    Platform platform_ = PlatformOf(files_, system_, desktop_);
 };
 
 TEST_F(PathsTest, FileNamePart)
@@ -93,7 +93,7 @@ TEST_F(PathsTest, WriteTestsOfSeveralProgramsDoNotDisturbEachOther)
     std::atomic<int> failures = 0;
     const auto test = [&] {
         posix::PosixFiles files;
-        Platform platform{files, system_, desktop_};
+        Platform platform = PlatformOf(files, system_, desktop_);
         for (int i = 0; i < 50; ++i)
             if (VmdLib_WriteTest(platform, folder_.Path()) != -1) ++failures;
     };

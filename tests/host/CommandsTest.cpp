@@ -73,7 +73,7 @@ protected:
         std::ostringstream out, err;
         std::streambuf* const standardInput = std::cin.rdbuf(in.rdbuf());
         std::cin.clear();
-        Platform platform{files_, system_, desktop_};
+        Platform platform = PlatformOf(files_, system_, desktop_);
         ClassRegistry classes;
         Session session(platform, classes, out, err);
         CommandLine line(session);

@@ -107,7 +107,7 @@ protected:
 
     test::FakeDesktop desktop_;
     test::FakeSystem system_;
-    Platform platform_{NativePlatform().files, system_, desktop_};
+    Platform platform_ = vmlib::test::PlatformOf(NativePlatform().files, system_, desktop_);
     ClassRegistry classes_;
     std::ostringstream out_, err_;
     Session session_{platform_, classes_, out_, err_};

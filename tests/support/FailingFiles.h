@@ -79,6 +79,9 @@ public:
 
     std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) override;
     std::optional<FileFacts> Facts(TextView path) override;
+    FileProperties Properties(TextView path) override { return real_.Properties(path); }
+    std::optional<Text> ShortPath(TextView path) override { return real_.ShortPath(path); }
+    std::optional<Text> NetworkName(TextView drive) override { return real_.NetworkName(drive); }
     void Delete(TextView path) override;
     void Rename(TextView from, TextView to) override;
     void Copy(TextView from, TextView to) override;

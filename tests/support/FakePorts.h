@@ -1,11 +1,11 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <optional>
 #include <vector>
 
-#include "platform/Desktop.h"
-#include "platform/System.h"
+#include "platform/Platform.h"
 
 namespace vmlib::test {
 
@@ -36,6 +36,11 @@ public:
         pointersSet.push_back(value);
     }
 
+    std::int16_t KeyState(std::int16_t key) override { return keyStates[key]; }
+    void SendKeys(TextView text) override { typed += text; }
+
+    std::map<std::int16_t, std::int16_t> keyStates;
+    Text typed;
     std::deque<std::int16_t> answers;
     std::vector<Message> messages;
     std::int16_t pointer = defaultPointer;
@@ -53,12 +58,88 @@ public:
     Text NumberLocaleName() override { return numberLocale; }
     Text DateLocaleName() override { return dateLocale; }
     Date Now() override { return now; }
+    std::optional<std::int32_t> PlatformFamily() override { return family; }
+    std::optional<Text> WindowsFolder() override { return windowsFolder; }
+    Text ProfileText(TextView section, TextView key, TextView defaultText, std::size_t, TextView file) override
+    {
+        const auto found = profile.find(Text(file) + u"|" + Text(section) + u"|" + Text(key));
+        return found == profile.end() ? Text(defaultText) : found->second;
+    }
+    std::int32_t ProfileNumber(TextView, TextView, std::int32_t defaultNumber, TextView) override
+    {
+        return profileNumber.value_or(defaultNumber);
+    }
 
     std::optional<Text> userName = u"anna";
     std::optional<Text> temporaryFolder;  // with "\" at the end
     Text numberLocale = u"nl_NL.UTF-8";
     Text dateLocale = u"nl_NL.UTF-8";
     Date now{45356.25};  // 5 March 2024, six o'clock
+    std::optional<std::int32_t> family = 2;
+    std::optional<Text> windowsFolder = u"Z:\\windows";
+    std::map<Text, Text> profile;  // by "file|section|key"
+    std::optional<std::int32_t> profileNumber;
 };
+
+/// A registry that holds nothing and takes nothing.
+class NoRegistry : public RegistryStore
+{
+public:
+    std::int32_t OpenKey(RegistryHandle, TextView, std::uint32_t, RegistryHandle&) override { return registryNotFound; }
+    std::int32_t CreateKey(RegistryHandle, TextView, std::uint32_t, RegistryHandle&) override
+    {
+        return registryAccessDenied;
+    }
+    std::int32_t CloseKey(RegistryHandle) override { return registryInvalidHandle; }
+    std::int32_t DeleteKey(RegistryHandle, TextView) override { return registryNotFound; }
+    std::int32_t DeleteValue(RegistryHandle, TextView) override { return registryNotFound; }
+    std::int32_t SetValue(RegistryHandle, TextView, std::uint32_t, const std::string&) override
+    {
+        return registryAccessDenied;
+    }
+    std::int32_t QueryValue(RegistryHandle, TextView, std::uint32_t&, std::span<char>, std::uint32_t&) override
+    {
+        return registryNotFound;
+    }
+    std::int32_t EnumKey(RegistryHandle, std::uint32_t, std::size_t, Text&) override { return registryNoMoreItems; }
+    std::int32_t EnumValue(RegistryHandle, std::uint32_t, std::size_t, Text&, std::uint32_t&, std::span<char>,
+                           std::uint32_t&) override
+    {
+        return registryNoMoreItems;
+    }
+    void Provide(RegistryHandle, TextView, TextView, std::function<Text()>) override {}
+    Text Describe(RegistryHandle) override { return {}; }
+};
+
+/// What FakeProcesses throws where the application would end.
+struct ApplicationEnded
+{
+};
+
+/// Starts nothing and remembers what it should have started.
+class FakeProcesses : public Processes
+{
+public:
+    std::int32_t Start(TextView commandLine, std::int16_t windowStyle) override
+    {
+        if (!finds) throw Error(ErrorNumber::FileNotFound);
+        started.emplace_back(commandLine, windowStyle);
+        return static_cast<std::int32_t>(started.size());
+    }
+    void WaitFor(std::int32_t process) override { waitedFor.push_back(process); }
+    [[noreturn]] void EndApplication() override { throw ApplicationEnded{}; }
+
+    bool finds = true;
+    std::vector<std::pair<Text, std::int16_t>> started;
+    std::vector<std::int32_t> waitedFor;
+};
+
+/// A platform for tests that have nothing to do with settings and programs.
+inline Platform PlatformOf(Files& files, System& system, Desktop& desktop)
+{
+    static NoRegistry registry;
+    static FakeProcesses processes;
+    return {files, system, desktop, registry, processes};
+}
 
 }  // namespace vmlib::test

@@ -1,14 +1,13 @@
 #include "platform/posix/DriveMap.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <vector>
 
 #include "platform/Files.h"
+#include "platform/posix/ShortNames.h"
 
 namespace vmlib::posix {
 
@@ -41,6 +40,13 @@ void AppendParts(std::vector<Text>& parts, TextView path)
     }
 }
 
+Text Joined(const std::vector<Text>& parts)
+{
+    Text text;
+    for (const Text& part : parts) text.append(text.empty() ? u"" : u"\\").append(part);
+    return text;
+}
+
 std::string Join(const std::string& folder, const std::string& name)
 {
     return folder == "/" ? folder + name : folder + "/" + name;
@@ -60,11 +66,8 @@ bool IsThere(const std::string& path)
 
 std::optional<std::string> FindIgnoringCase(const std::string& folder, TextView name)
 {
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
-    if (!directory) return std::nullopt;
     std::optional<std::string> found;
-    while (const dirent* entry = ::readdir(directory.get())) {
-        const std::string candidate = entry->d_name;
+    for (const std::string& candidate : EntriesOf(folder)) {
         if (!EqualIgnoringCase(FromUtf8(candidate), name)) continue;
         if (!found || candidate < *found) found = candidate;  // of several always the same one
     }
@@ -83,6 +86,7 @@ std::optional<std::string> FindEntry(const std::string& folder, TextView name)
     std::string exact = ToUtf8(name);
     if (IsThere(Join(folder, exact))) return exact;
     if (auto found = FindIgnoringCase(folder, name)) return found;
+    if (auto found = FindByShortName(folder, name)) return found;
     const TextView shorter = WithoutIgnoredEnd(name);
     return shorter.size() < name.size() ? FindEntry(folder, shorter) : std::nullopt;
 }
@@ -98,12 +102,12 @@ std::string AbsoluteNative(std::string_view path)
     return text;
 }
 
-bool Holds(const std::string& folder, const std::string& path)
+}  // namespace
+
+bool IsWithin(const std::string& folder, const std::string& path)
 {
     return folder == "/" || path == folder || path.starts_with(folder + "/");
 }
-
-}  // namespace
 
 std::string NativePath::Folder() const
 {
@@ -140,6 +144,23 @@ std::string DriveMap::FolderOf(char16_t letter) const
 
 Text DriveMap::FullPath(TextView path) const
 {
+    Text full = Absolute(path);
+    if (full.find(u'~') == Text::npos || !HasDrive(full)) return full;
+    std::vector<Text> parts;
+    AppendParts(parts, TextView(full).substr(2));
+    std::string folder = FolderOf(full[0]);
+    for (Text& part : parts) {
+        const auto entry = folder.empty() ? std::nullopt : FindEntry(folder, part);
+        if (!entry) break;
+        const Text name = FromUtf8(*entry);
+        if (IsDerivedName(part) && name.find(u'\\') == Text::npos) part = name;
+        folder = Join(folder, *entry);
+    }
+    return full.substr(0, 2) + u"\\" + Joined(parts);
+}
+
+Text DriveMap::Absolute(TextView path) const
+{
     if (path.empty() || path.find(u'\0') != TextView::npos) throw FileError(FileFault::InvalidName, path);
     std::vector<Text> parts;
     Text root;
@@ -159,13 +180,12 @@ Text DriveMap::FullPath(TextView path) const
         path = rest;
     }
     AppendParts(parts, path);
-    for (std::size_t i = 0; i < parts.size(); ++i) root.append(i == 0 ? u"" : u"\\").append(parts[i]);
-    return root;
+    return root + Joined(parts);
 }
 
 NativePath DriveMap::Resolve(TextView path) const
 {
-    const Text full = FullPath(path);
+    const Text full = Absolute(path);
     if (!HasDrive(full)) return {};  // a network name: no such drive here
     NativePath result;
     result.path = FolderOf(full[0]);
@@ -195,7 +215,7 @@ Text DriveMap::FromNative(std::string_view nativePath) const
     {
         const std::lock_guard lock(mutex_);
         for (const auto& [letter, candidate] : folders_)
-            if (Holds(candidate, absolute) && candidate.size() > folder.size()) drive = letter, folder = candidate;
+            if (IsWithin(candidate, absolute) && candidate.size() > folder.size()) drive = letter, folder = candidate;
     }
     if (folder.empty()) throw FileError(FileFault::PathNotFound, FromUtf8(nativePath), "no drive holds it");
     std::string below = absolute.substr(folder == "/" ? 0 : folder.size());

@@ -3,6 +3,8 @@
 #include "platform/Platform.h"
 #include "platform/posix/PosixDesktop.h"
 #include "platform/posix/PosixFiles.h"
+#include "platform/posix/PosixProcesses.h"
+#include "platform/posix/PosixRegistry.h"
 #include "platform/posix/PosixSystem.h"
 
 namespace vmlib {
@@ -26,7 +28,9 @@ struct PosixPlatform
     posix::PosixFiles files;
     posix::PosixSystem system{files};
     posix::PosixDesktop desktop;
-    Platform ports{files, system, desktop};
+    posix::PosixRegistry registry{posix::RegistryPaths::OfEnvironment()};
+    posix::PosixProcesses processes{files};
+    Platform ports{files, system, desktop, registry, processes};
 };
 
 }  // namespace

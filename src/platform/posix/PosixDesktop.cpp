@@ -9,6 +9,7 @@
 
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/TerminalQuestion.h"
+#include "platform/posix/X11Keyboard.h"
 
 namespace vmlib::posix {
 
@@ -25,6 +26,15 @@ bool MayAsk()
 {
     const char* value = std::getenv("VMLIB_DESKTOP");
     return !value || std::string_view(value) != "none";
+}
+
+/// True when there may be a desktop whose keyboard can be asked.
+bool HasKeyboard()
+{
+    const char* choice = std::getenv("VMLIB_DESKTOP");
+    const std::string_view chosen = choice ? choice : "";
+    const char* display = std::getenv("DISPLAY");
+    return display && *display && chosen != "terminal" && chosen != "none";
 }
 
 /// The terminal of the process, if it is in its foreground: reading from the background would stop the process.
@@ -78,6 +88,16 @@ std::int16_t PosixDesktop::MessageBox(TextView text, std::int32_t style, TextVie
         if (!line) return SafeAnswer(style);
         if (const auto answer = AnswerOf(FromUtf8(*line), style)) return *answer;
     }
+}
+
+std::int16_t PosixDesktop::KeyState(std::int16_t key)
+{
+    return HasKeyboard() ? X11KeyState(key) : std::int16_t{0};
+}
+
+void PosixDesktop::SendKeys(TextView text)
+{
+    if (HasKeyboard()) X11TypeText(text);
 }
 
 }  // namespace vmlib::posix

@@ -22,11 +22,6 @@ namespace {
 
 constexpr mode_t newFilePermissions = 0666;  // less what the user's mask takes
 
-bool IsUsable(TextView path)
-{
-    return !path.empty() && path.find(u'\0') == TextView::npos;
-}
-
 [[noreturn]] void ThrowMissing(const NativePath& native, TextView path)
 {
     throw FileError(native.folderExists ? FileFault::NotFound : FileFault::PathNotFound, path);
@@ -123,7 +118,9 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     // Temporary files hold what is in documents, and their folder may be everybody's.
     const bool isPrivate = request.temporary || !request.permissionsOf.empty();
     Descriptor descriptor(::open(native.path.c_str(), flags, isPrivate ? 0600 : newFilePermissions));
-    if (!descriptor && creates && errno == EEXIST && request.creation != FileCreation::CreateNew) return nullptr;
+    const bool mayMake = request.creation == FileCreation::CreateOrTruncate;
+    // Made or deleted by somebody else since it was looked for.
+    if (!descriptor && mayMake && errno == (creates ? EEXIST : ENOENT)) return nullptr;
     struct stat facts;
     if (!descriptor || ::fstat(descriptor.Number(), &facts) != 0) throw SystemFailure(errno, path);
     if (!S_ISREG(facts.st_mode)) throw FileError(FileFault::AccessDenied, path, "not a file");
@@ -146,16 +143,6 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     if (!creates && !readsOnly && HasWindowsUsers(drives_, path)) return nullptr;
     return std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
                                            creates && !request.temporary ? native.Folder() : std::string());
-}
-
-std::optional<FileFacts> PosixFiles::Facts(TextView path)
-{
-    if (!IsUsable(path)) return std::nullopt;
-    const NativePath native = drives_.Resolve(path);
-    struct stat facts;
-    if (!native.exists || ::stat(native.path.c_str(), &facts) != 0) return std::nullopt;
-    return FileFacts{static_cast<std::uint64_t>(facts.st_size), S_ISDIR(facts.st_mode), IsReadOnly(facts),
-                     LocalTime(facts.st_mtim.tv_sec), IdentityOf(facts)};
 }
 
 void PosixFiles::Delete(TextView path)

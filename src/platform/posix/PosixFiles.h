@@ -3,6 +3,7 @@
 #include "platform/Files.h"
 #include "platform/posix/DriveMap.h"
 #include "platform/posix/HeldFile.h"
+#include "platform/posix/MountTable.h"
 #include "platform/posix/PosixOpenFile.h"
 
 namespace vmlib::posix {
@@ -12,10 +13,17 @@ class PosixFiles : public Files
 {
 public:
     /// @param patience  how long to wait for others to let go of a file
-    explicit PosixFiles(std::chrono::milliseconds patience = sharingPatience) : patience_(patience) {}
+    /// @param mounts    where network names come from
+    explicit PosixFiles(std::chrono::milliseconds patience = sharingPatience, MountTable mounts = MountTable())
+        : patience_(patience), mounts_(std::move(mounts))
+    {
+    }
 
     std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) override;
     std::optional<FileFacts> Facts(TextView path) override;
+    FileProperties Properties(TextView path) override;
+    std::optional<Text> ShortPath(TextView path) override;
+    std::optional<Text> NetworkName(TextView drive) override;
     void Delete(TextView path) override;
     void Rename(TextView from, TextView to) override;
     void Copy(TextView from, TextView to) override;
@@ -38,6 +46,7 @@ private:
 
     DriveMap drives_;
     std::chrono::milliseconds patience_;
+    MountTable mounts_;
     FileHolder holder_{drives_, patience_};
 };
 

@@ -3,16 +3,23 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <vector>
 
+#include "platform/posix/IniFile.h"
 #include "platform/posix/LocalTime.h"
+#include "platform/posix/PosixRegistry.h"
 
 namespace vmlib::posix {
 
 namespace {
+
+constexpr std::int32_t windowsNtFamily = 2;
+constexpr std::uint64_t largestProfile = 64 << 20;  // bytes; what is larger is no settings file
 
 /// An empty variable counts as none.
 std::optional<std::string> Environment(const char* name)
@@ -73,6 +80,59 @@ Text PosixSystem::DateLocaleName()
 Date PosixSystem::Now()
 {
     return LocalTime(std::time(nullptr));
+}
+
+std::optional<std::int32_t> PosixSystem::PlatformFamily()
+{
+    return windowsNtFamily;
+}
+
+std::optional<Text> PosixSystem::WindowsFolder()
+{
+    try {
+        const std::filesystem::path settings = RegistryPaths::OfEnvironment().machine;
+        if (settings.empty()) return std::nullopt;
+        Text folder = files_.FromNative(settings.has_parent_path() ? settings.parent_path().string() : ".");
+        if (folder.back() == u'\\') folder.pop_back();
+        return folder;
+    } catch (const FileError&) {
+        return std::nullopt;  // a name that path text cannot say
+    }
+}
+
+Text PosixSystem::ProfileText(TextView section, TextView key, TextView defaultText, std::size_t room, TextView file)
+{
+    Text answer = IniValue(ProfileBytes(file), section, key).value_or(Text(TrimRight(defaultText)));
+    answer.resize(std::min(answer.size(), room == 0 ? 0 : room - 1));
+    return answer;
+}
+
+std::int32_t PosixSystem::ProfileNumber(TextView section, TextView key, std::int32_t defaultNumber, TextView file)
+{
+    const auto value = IniValue(ProfileBytes(file), section, key);
+    // Of the platform's functions the one for numbers asks the one for text, which gives it no sign of an empty value.
+    return value && !value->empty() ? LeadingNumber(*value) : defaultNumber;
+}
+
+std::string PosixSystem::ProfileBytes(TextView file)
+{
+    try {
+        if (file.empty()) return {};
+        Text path(file);
+        if (file.find_first_of(u"\\/:") == TextView::npos) {
+            const auto folder = WindowsFolder();
+            if (!folder) return {};
+            path = *folder + u"\\" + path;
+        }
+        const auto opened = files_.Open(path, {});
+        const std::uint64_t size = opened->Size();
+        if (size > largestProfile) return {};
+        std::string bytes(static_cast<std::size_t>(size), '\0');
+        bytes.resize(opened->ReadAt(0, {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+        return bytes;
+    } catch (const FileError&) {
+        return {};  // the platform, too, answers with the default
+    }
 }
 
 }  // namespace vmlib::posix

@@ -20,7 +20,7 @@ Text LockFileOf(TextView path)
 
 bool HasWindowsUsers(const DriveMap& drives, TextView path)
 {
-    const NativePath lockFile = drives.Resolve(LockFileOf(path));
+    const NativePath lockFile = drives.Resolve(LockFileOf(drives.FullPath(path)));
     if (!lockFile.exists) return false;
     const Descriptor descriptor(::open(lockFile.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     return descriptor && HasLocks(descriptor.Number());
