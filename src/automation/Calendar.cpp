@@ -126,8 +126,13 @@ int FullYear(int year)
 Date DateSerial(std::int16_t year, std::int16_t month, std::int16_t day)
 {
     if (year < 0) throw Error(ErrorNumber::InvalidCall);
+    return DateSerialOfFullYear(static_cast<std::int16_t>(FullYear(year)), month, day);
+}
+
+Date DateSerialOfFullYear(std::int16_t year, std::int16_t month, std::int16_t day)
+{
     const int months = month - 1;
-    const int carriedYear = FullYear(year) + FloorDivide(months, 12);
+    const int carriedYear = year + FloorDivide(months, 12);
     const int carriedMonth = months - FloorDivide(months, 12) * 12 + 1;
     const double serial = SerialDay(carriedYear, carriedMonth, 1) + (day - 1);
     if (serial < firstDay || serial > lastDay) throw Error(ErrorNumber::InvalidCall);

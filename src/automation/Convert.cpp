@@ -155,7 +155,7 @@ bool ToBoolean(const Variant& value)
     if (value.Holds<bool>()) return value.As<bool>();
     return WithValue(value, [](const Variant& plain) {
         if (plain.IsText()) {
-            const TextView text = plain.As<Text>();
+            const TextView text = UpToZero(plain.As<Text>());
             if (IsWord(text, u"True", Locale::User().trueWord)) return true;
             if (IsWord(text, u"False", Locale::User().falseWord)) return false;
         }

@@ -6,7 +6,8 @@
 #include "automation/Variant.h"
 
 /// The one place where values change their type, as the automation runtime does it. Numbers and dates in text follow
-/// the locale unless a function says invariant. An object gives its default member first (Nothing 91, none 438).
+/// the locale unless a function says invariant; such text ends at its first zero character. An object gives its default
+/// member first (Nothing 91, none 438).
 /// Errors: 94 for Null, 13 for what cannot be converted, 6 outside the range.
 namespace vmlib {
 
@@ -66,6 +67,9 @@ struct CalendarDate
 CalendarDate SplitDate(Date date);  // rounds to whole seconds; 6 outside the range
 Date DateSerial(std::int16_t year, std::int16_t month,
                 std::int16_t day);  // carries, two-digit years 0-29 and 30-99; 5 outside the range
+/// As DateSerial, but the year is the number as it stands, and only the date that comes out is checked: month 13 of 99
+/// is January 100.
+Date DateSerialOfFullYear(std::int16_t year, std::int16_t month, std::int16_t day);
 Date TimeSerial(std::int16_t hour, std::int16_t minute, std::int16_t second);
 int DayOfYear(Date date);  // 1 January is 1
 

@@ -66,10 +66,12 @@ constexpr VarType TypeOf()
         return VarType::Variant;
 }
 
-/// Nothing is an object of every class; an object of another class than T is error 13.
+/// Nothing is an object of every class, and so is Empty, which a script's new variable holds; an object of another class
+/// than T is error 13.
 template <class T>
 std::shared_ptr<T> ToObjectOf(const Variant& value)
 {
+    if (value.IsEmpty()) return nullptr;
     if (!value.IsObject()) throw Error(ErrorNumber::TypeMismatch);
     const auto& object = value.As<ObjectRef>();
     if constexpr (std::is_same_v<T, Object>) {

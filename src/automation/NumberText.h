@@ -4,8 +4,15 @@
 #include "automation/Locale.h"
 #include "core/Text.h"
 
-/// What the conversions between numbers and text share; used inside this folder only.
+/// What the conversions between text and other values share; used inside this folder only.
 namespace vmlib {
+
+/// What a conversion of text sees of it: the platform's conversions read up to the first zero character, and text from
+/// the registry carries its closing zero.
+inline TextView UpToZero(TextView text)
+{
+    return text.substr(0, text.find(u'\0'));
+}
 
 enum class LeadingZero
 {

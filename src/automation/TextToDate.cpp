@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "automation/Convert.h"
+#include "automation/NumberText.h"
 #include "core/Error.h"
 
 namespace vmlib {
@@ -292,7 +293,7 @@ std::optional<CalendarDate> DayOf(const Parts& parts, const Locale& locale)
 std::optional<Date> ParseDate(TextView text, const Locale& locale)
 {
     Parts parts;
-    if (!DateScanner(text, locale).Scan(parts)) return std::nullopt;
+    if (!DateScanner(UpToZero(text), locale).Scan(parts)) return std::nullopt;
     auto date = DayOf(parts, locale);
     if (!date || !SetTime(parts, *date)) return std::nullopt;
     return JoinDate(*date);

@@ -160,7 +160,7 @@ private:
 
 std::optional<DecimalDigits> ParseNumber(TextView text, const Locale& locale)
 {
-    return NumberParser(text, locale).Parse();
+    return NumberParser(UpToZero(text), locale).Parse();
 }
 
 double TextToNumber(TextView text, const Locale& locale)

@@ -26,6 +26,7 @@ enum class ErrorNumber : std::int32_t
     PathNotFound = 76,
     ObjectNotSet = 91,
     InvalidUseOfNull = 94,
+    InvalidFileFormat = 321,
     InvalidPropertyValue = 380,
     SetNotSupported = 383,
     GetNotSupported = 394,

@@ -74,6 +74,14 @@ TEST(DateSerial, CarriesMonthsThenDays)
     EXPECT_EQ(ErrorOf([] { DateSerial(-1, 1, 1); }), 5);
 }
 
+TEST(DateSerial, OfAFullYearChecksOnlyTheResult)
+{
+    EXPECT_EQ(Iso(DateSerialOfFullYear(99, 13, 1)).substr(0, 10), u"0100-01-01");
+    EXPECT_EQ(Iso(DateSerialOfFullYear(2024, 2, 31)).substr(0, 10), u"2024-03-02");
+    for (const int year : {99, 24, 0, -1, 10000})
+        EXPECT_EQ(ErrorOf([&] { DateSerialOfFullYear(static_cast<std::int16_t>(year), 1, 1); }), 5) << year;
+}
+
 TEST(Weekday, SundayIsOne)
 {
     EXPECT_EQ(Weekday({0}), 7);  // a Saturday
@@ -145,6 +153,7 @@ TEST(TextToDate, TheLocaleOrdersTheNumbers)
         {nl, u"23:59 5-3-2024", u"2024-03-05 23:59:00"},
         {en, u"1/1/100", u"0100-01-01 00:00:00"},
         {en, u"12/31/9999", u"9999-12-31 00:00:00"},
+        {nl, Text(u"5-3-2024\0", 9), u"2024-03-05 00:00:00"},  // as stored with a closing zero
         {en, u"", u""},
         {en, u"5", u""},
         {en, u"24:00", u""},

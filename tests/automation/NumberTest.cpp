@@ -186,7 +186,9 @@ TEST(TextToNumber, FollowsTheLocale)
         {en, u"\u0661", 0, 13},
         {en, u"1 2", 0, 13},
         {en, u"5 stuks", 0, 13},
-        {en, Text(u"5\0", 2), 0, 13},
+        {en, Text(u"5\0", 2), 5},  // as stored with a closing zero
+        {en, Text(u"5\0x", 3), 5},
+        {en, Text(u"\0\u0035", 2), 0, 13},
         {en, u"9007199254740993", 9007199254740992.0},
     };
     for (const TextNumberCase& c : cases) {
@@ -274,6 +276,7 @@ TEST(Coerce, ByTheTable)
         {"zero to Boolean", 0.0, VarType::Boolean, false},
         {"English word", u"FALSE", VarType::Boolean, false},
         {"number in text", u"2", VarType::Boolean, true},
+        {"word with a closing zero", Text(u"true\0", 5), VarType::Boolean, true},
         {"other word", u"yes", VarType::Boolean, {}, 13},
         {"text is a double first", u"2.5", VarType::Long, 2},
         {"text in hexadecimal", u"&H75FF", VarType::Integer, std::int16_t{30207}},
