@@ -20,6 +20,35 @@ private:
     std::int32_t WriteTest(Text sDirectory);
     Text LeesGebruiker();
 
+    Text DatumNaarString(Date& dtDatum, Optional& sScheiding);
+    Date StringNaarDatum(Text& sDatum);
+    bool SchrikkelJaar(std::int16_t& nJaar);
+    std::int16_t WeekNummer(Date& dtDatum);
+    Text Maand(std::int16_t& nMaandNummer);
+
+    double Afrond(double& Uval, std::int16_t& Places);
+    void PuntNaarKomma(std::int16_t& KeyCode);
+    void CheckDecimaal(Text& sNum);
+    bool IsNumeric(Variant& Expression);
+    Variant MaakBookMark(std::int32_t& lTel);
+
+    void GetDosNaam(Text& sFilenaam, Text& sDosNaam);
+    void BepaalEigenschappen(Text& sFilenaam, Text& sDosNaam, Text& sBestandType, std::int32_t& lGrootte,
+                             Date& dtAanmaakDatum, Date& dtWijzigDatum, Date& dtAccessDatum, bool& bReadOnly,
+                             bool& bArchive, bool& bHidden, bool& bSystem,
+                             std::optional<Text>& sPakketDocumentExtentie);
+    Text GetUNCPad(Text& Directory);
+    std::int32_t MaakDirectory(Text sDir);
+
+    Text WinDir();
+    void PrivIniRead(Text& SectionName, Text& KeyName, std::int16_t& nDefault, const Text& DefaultStr, Text& ReturnStr,
+                     std::int16_t& NUMERIC, Text& IniFileName);
+    void BepaalOS(bool& bWinNt, bool& bWin95);
+    Text GetVersie(ObjectRef& Prog);
+    std::int32_t SyncShell(const Text& PathName, std::int16_t& WindowStyle);
+    bool GetInsert();
+    Text Field(Text& sIn);
+
     Platform& platform_;
 };
 

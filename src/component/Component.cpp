@@ -1,6 +1,9 @@
 #include "component/Component.h"
 
+#include "automation/Locale.h"
 #include "component/AlgemeneLibrary.h"
+#include "component/Mbf.h"
+#include "component/Registry.h"
 #include "component/VmdDbLibRoutines.h"
 
 namespace vmlib {
@@ -26,6 +29,10 @@ void RegisterClasses(ClassRegistry& classes, Platform& platform, const std::opti
         return std::make_shared<VmdDbLibRoutines>(std::move(session));
     });
     RegisterClass<AlgemeneLibrary>(classes, [&platform] { return std::make_shared<AlgemeneLibrary>(platform); });
+    RegisterClass<Registry>(classes, [&platform] { return std::make_shared<Registry>(platform.registry); });
+    RegisterClass<Mbf>(classes, [&platform] { return std::make_shared<Mbf>(platform); });
+    platform.registry.Provide(currentUser, u"Control Panel\\International", u"sDecimal",
+                              [] { return Text(1, Locale::User().decimalSeparator); });
 }
 
 }  // namespace vmlib

@@ -18,6 +18,10 @@ std::string TypeName(VarType type)
             return "Long";
         case VarType::String:
             return "String";
+        case VarType::Double:
+            return "Double";
+        case VarType::Date:
+            return "Date";
         case VarType::Boolean:
             return "Boolean";
         case VarType::Object:
@@ -72,12 +76,28 @@ TEST(MemberTables, AreWhatHostsWereWrittenFor)
                     "Integer) Boolean",
                     "DBL_AutoConvert2(db Object, sFileType String, sLayoutNaam String) ",
                     "DBL_AutoConvertPakket(ConvertClass String) "));
-    EXPECT_THAT(Signatures(AlgemeneLibrary::Members()),
-                testing::UnorderedElementsAre(
-                    "VmdLib_TempPath() String", "VmdLib_TempFile(sNaam String, [Id Variant]) Long",
-                    "VmdLib_ExtractFileNaam(sSpecIn String, nBaseOnly Integer) String",
-                    "VmdLib_ExtractPad(sSpecIn String) String", "VmdLib_WriteTest(ByVal sDirectory String) Long",
-                    "VmdLib_LeesGebruiker() String"));
+    EXPECT_THAT(
+        Signatures(AlgemeneLibrary::Members()),
+        testing::UnorderedElementsAre(
+            "VmdLib_TempPath() String", "VmdLib_TempFile(sNaam String, [Id Variant]) Long",
+            "VmdLib_ExtractFileNaam(sSpecIn String, nBaseOnly Integer) String",
+            "VmdLib_ExtractPad(sSpecIn String) String", "VmdLib_WriteTest(ByVal sDirectory String) Long",
+            "VmdLib_LeesGebruiker() String", "VmdLib_DatumNaarString(dtDatum Date, [sScheiding Variant]) String",
+            "VmdLib_StringNaarDatum(sDatum String) Date", "VmdLib_SchrikkelJaar(nJaar Integer) Boolean",
+            "VmdLib_WeekNummer(dtDatum Date) Integer", "VmdLib_Maand(nMaandNummer Integer) String",
+            "VmdLib_Afrond(Uval Double, Places Integer) Double", "VmdLib_PuntNaarKomma(KeyCode Integer) ",
+            "VmdLib_CheckDecimaal(sNum String) ", "VmdLib_IsNumeric(Expression Variant) Boolean",
+            "VmdLib_MaakBookMark(lTel Long) Variant", "VmdLib_GetDosNaam(sFilenaam String, sDosNaam String) ",
+            "VmdLib_BepaalEigenschappen(sFilenaam String, sDosNaam String, sBestandType String, lGrootte Long, "
+            "dtAanmaakDatum Date, dtWijzigDatum Date, dtAccessDatum Date, bReadOnly Boolean, bArchive Boolean, "
+            "bHidden Boolean, bSystem Boolean, [sPakketDocumentExtentie String]) ",
+            "VmdLib_GetUNCPad(Directory String) String", "VmdLib_MaakDirectory(ByVal sDir String) Long",
+            "WinDir() String",
+            "PrivIniRead(SectionName String, KeyName String, nDefault Integer, ByVal DefaultStr String, "
+            "ReturnStr String, NUMERIC Integer, IniFileName String) ",
+            "VmdLib_BepaalOS(bWinNt Boolean, bWin95 Boolean) ", "VmdLib_GetVersie(Prog Object) String",
+            "SyncShell(ByVal PathName String, WindowStyle Integer) Long", "VmdLib_GetInsert() Boolean",
+            "fld(sIn String) String"));
 }
 
 /// A data control that remembers what is set, in order.
@@ -201,6 +221,19 @@ TEST_F(ComponentTest, GeneralServices)
     EXPECT_EQ(Call(library, u"VmdLib_ExtractFileNaam", u"C:\\a.b.c", true), Variant(u"a"));
     EXPECT_EQ(Call(library, u"VmdLib_WriteTest", folder_.Path()), Variant(std::int32_t{-1}));
     EXPECT_EQ(Call(library, u"VmdLib_LeesGebruiker"), Variant(u"anna"));
+
+    Variant date = Call(library, u"VmdLib_StringNaarDatum", u"07012024");
+    EXPECT_EQ(Call(library, u"VmdLib_WeekNummer", date), Variant(std::int16_t{1}));
+    EXPECT_EQ(date, Variant(Date{45297})) << "the Saturday goes back to the caller";
+    EXPECT_EQ(Call(library, u"VmdLib_DatumNaarString", date), Variant(u"06012024"));
+    EXPECT_EQ(Call(library, u"VmdLib_Afrond", u"2.675", 2), Variant(2.68));
+    Variant text, number = true;
+    Call(library, u"PrivIniRead", u"Intl", u"iCountry", 31, u"", text, number, u"WIN.INI");
+    EXPECT_EQ(number, Variant(std::int16_t{31}));
+    Variant dosName, type, size, day, flag;
+    Call(library, u"VmdLib_BepaalEigenschappen", folder_.Path(u"nergens"), dosName, type, size, day, day, day, flag,
+         flag, flag, flag);
+    EXPECT_EQ(dosName, Variant(Text(255, u' '))) << "the extension may be left out";
 }
 
 }  // namespace
