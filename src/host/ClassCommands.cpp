@@ -80,7 +80,7 @@ void AddClassCommands(CommandLine& line)
     CLI::App& call = line.Add(
         "call", "vmlib call AlgemeneLibrary VmdLib_ExtractFileNaam s:C:\\data\\rapport.doc i:1",
         "Makes an object, calls a member, and prints result and arguments as JSON.", [=, &line, &session] {
-            return CallMember(session, arguments->className, arguments->member, line.CallArguments(), arguments->hex);
+            return CallMember(session, arguments->className, arguments->member, line.TextArguments(), arguments->hex);
         });
     call.add_option("class", arguments->className)->required();
     call.add_option("member", arguments->member)->required();

@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 
+#include <optional>
 #include <ostream>
 
 namespace vmlib::host {
@@ -23,9 +24,16 @@ private:
 
 namespace {
 
-/// Takes what stands behind CLASS and MEMBER out of the words of `call`: an argument is text, whatever it looks like.
-/// Words that begin with "--" are options, up to a lone "--".
-std::vector<std::string> TakeCallArguments(std::vector<std::string>& words)
+/// How many plain words lead to those that are text whatever they look like; nothing where there are none.
+std::optional<std::size_t> WordsBeforeText(const std::vector<std::string>& words)
+{
+    if (!words.empty() && words[0] == "call") return 3;                             // call CLASS MEMBER
+    if (words.size() > 1 && words[0] == "settings" && words[1] == "set") return 5;  // and PACKAGE SECTION NAME
+    return std::nullopt;
+}
+
+/// Takes the words behind the leading ones out. Words that begin with "--" are options, up to a lone "--".
+std::vector<std::string> TakeTextArguments(std::vector<std::string>& words, std::size_t leading)
 {
     std::vector<std::string> arguments, rest;
     std::size_t plain = 0;
@@ -36,9 +44,10 @@ std::vector<std::string> TakeCallArguments(std::vector<std::string>& words)
             onlyArguments = true;
         } else if (!onlyArguments && word.starts_with("--")) {
             rest.push_back(word);
-            if (word == "--password" && i + 1 < words.size()) rest.push_back(words[++i]);
-        } else if (plain++ < 3) {
-            rest.push_back(word);  // call, CLASS, MEMBER
+            const bool takesValue = word == "--password" || word == "--type";
+            if (takesValue && i + 1 < words.size()) rest.push_back(words[++i]);
+        } else if (plain++ < leading) {
+            rest.push_back(word);
         } else {
             arguments.push_back(word);
         }
@@ -76,11 +85,11 @@ CLI::App& CommandLine::Add(const std::string& name, const std::string& example, 
     return AddTo(app_, name, example, description, std::move(action));
 }
 
-CLI::App& CommandLine::AddGroup(const std::string& name, const std::string& description)
+CLI::App& CommandLine::AddGroup(const std::string& name, const std::string& example, const std::string& description)
 {
     CLI::App& group = *app_.add_subcommand(name, description);
     group.require_subcommand(1);
-    formatter_->SetExample(&group, "vmlib " + name + " export layout.mdb");
+    formatter_->SetExample(&group, example);
     return group;
 }
 
@@ -128,7 +137,7 @@ int CommandLine::Run(std::vector<std::string> words)
 {
     try {
         RefuseUnknownCommand(words);
-        if (!words.empty() && words.front() == "call") callArguments_ = TakeCallArguments(words);
+        if (const auto leading = WordsBeforeText(words)) textArguments_ = TakeTextArguments(words, *leading);
         std::vector<std::string> reversed(words.rbegin(), words.rend());
         app_.parse(std::move(reversed));
         return RunParsed();

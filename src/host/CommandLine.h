@@ -21,7 +21,7 @@ public:
     CLI::App& Add(const std::string& name, const std::string& example, const std::string& description,
                   std::function<int()> action);
     /// A command that only groups others, and one of those.
-    CLI::App& AddGroup(const std::string& name, const std::string& description);
+    CLI::App& AddGroup(const std::string& name, const std::string& example, const std::string& description);
     CLI::App& AddTo(CLI::App& group, const std::string& name, const std::string& example,
                     const std::string& description, std::function<int()> action);
 
@@ -30,8 +30,8 @@ public:
     void TakesYes(CLI::App& command, const std::string& description);
 
     Session& TheSession() { return session_; }
-    /// What stands behind CLASS and MEMBER of `call`, which is text whatever it looks like.
-    const std::vector<std::string>& CallArguments() const { return callArguments_; }
+    /// What stands behind CLASS and MEMBER of `call` and behind NAME of `settings set`: text, whatever it looks like.
+    const std::vector<std::string>& TextArguments() const { return textArguments_; }
 
     /// Parses and runs; reports errors as the contract says. Returns the exit code.
     int Run(std::vector<std::string> words);
@@ -45,7 +45,7 @@ private:
     CLI::App app_;
     std::shared_ptr<HelpFormatter> formatter_;
     std::map<const CLI::App*, std::function<int()>> actions_;
-    std::vector<std::string> callArguments_;
+    std::vector<std::string> textArguments_;
 };
 
 void AddDocumentCommands(CommandLine& line);  // open, save, release, create, error
@@ -55,5 +55,6 @@ void AddInfoCommand(CommandLine& line);
 void AddCheckCommand(CommandLine& line);
 void AddLayoutCommands(CommandLine& line);
 void AddClassCommands(CommandLine& line);  // call, rpc
+void AddSettingsCommand(CommandLine& line);
 
 }  // namespace vmlib::host

@@ -118,7 +118,7 @@ void AddLayoutCommands(CommandLine& line)
 {
     auto arguments = std::make_shared<LayoutArguments>();
     Session& session = line.TheSession();
-    CLI::App& group = line.AddGroup("layout", "Writes and reads layouts as text.");
+    CLI::App& group = line.AddGroup("layout", "vmlib layout export layout.mdb", "Writes and reads layouts as text.");
 
     CLI::App& describe = line.AddTo(
         group, "describe", "vmlib layout describe Kas.mdb --type FACT --version 2 > fact.json",

@@ -32,10 +32,11 @@ constexpr TextView passwordKey = u";PWD=";
 
 }  // namespace
 
-Session::Session(Platform& native, ClassRegistry& registry, std::ostream& output, std::ostream& errors)
+Session::Session(Platform& native, ClassRegistry& classRegistry, std::ostream& output, std::ostream& errors)
     : desktop(native.desktop),
-      platform{native.files, native.system, desktop},
-      classes(registry),
+      registry(native.registry),
+      platform{native.files, native.system, desktop, registry, native.processes},
+      classes(classRegistry),
       out(output),
       err(errors)
 {

@@ -7,6 +7,7 @@
 #include "automation/ClassRegistry.h"
 #include "host/Arguments.h"
 #include "host/HostDesktop.h"
+#include "host/HostRegistry.h"
 #include "jet/Database.h"
 #include "platform/Platform.h"
 
@@ -36,6 +37,7 @@ public:
 
     Options options;
     HostDesktop desktop;
+    HostRegistry registry;
     Platform platform;
     ClassRegistry& classes;
     std::ostream& out;

@@ -22,6 +22,7 @@ int main(int count, char** words)
         AddLayoutCommands(line);
         AddCheckCommand(line);
         AddClassCommands(line);
+        AddSettingsCommand(line);
         return line.Run({words + 1, words + count});
     } catch (const std::exception& error) {
         std::cerr << "error 51: " << error.what() << "\n";

@@ -182,7 +182,7 @@ void RowWriter::Order(const std::vector<OrderItem>& items)
     for (const OrderItem& item : items) {
         ClauseRow& row = Add(order);
         row.expression = Written(item.expression->extent);
-        if (item.descending) row.name1 = u"d";
+        if (item.descending) row.name1.emplace(1, u'd');
     }
 }
 
