@@ -195,7 +195,8 @@ public:
 
     virtual Text CurrentFolder() = 0;                      // without trailing "\" unless a root
     virtual Text CurrentFolder(char16_t driveLetter) = 0;  // "" when there is no such drive
-    /// Full path with drive, "." and ".." resolved; the file need not exist.
+    /// Full path with drive, "." and ".." resolved, and with long names for the short ones that the platform derives; the
+    /// file need not exist.
     virtual Text FullPath(TextView path) = 0;
 
     /// The two directions of the translation, for command lines. Native paths are UTF-8 bytes of the platform.
