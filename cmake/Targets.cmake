@@ -3,6 +3,9 @@
 
 add_library(vmlib_options INTERFACE)
 target_compile_options(vmlib_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
+# g++ 12 drops the first value of a small object that is assigned in a try block when the call that gives the new value throws: what is read
+# behind the catch is then whatever the stack held. Dead store elimination does it.
+target_compile_options(vmlib_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-fno-tree-dse>)
 if(VMLIB_SANITIZE)
   target_compile_options(vmlib_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(vmlib_options INTERFACE -fsanitize=address,undefined)

@@ -23,13 +23,15 @@ std::int16_t Number(TextView text)
     return number;
 }
 
-/// Of a date of the calendar that is no Sunday.
+/// Of a date that is no Sunday. One outside the calendar has no year, weekday and day, which count as 0.
 int WeekOf(Date date)
 {
-    const int year = SplitDate({std::trunc(date.serial)}).year;
-    const int weekdayOfJanuaryFirst = Weekday(DateSerial(static_cast<std::int16_t>(year), 1, 1));
+    int year = 0, weekdayOfJanuaryFirst = 0, day = 0;
+    ResumeNext([&] { year = SplitDate({std::trunc(date.serial)}).year; });
+    ResumeNext([&] { weekdayOfJanuaryFirst = Weekday(DateSerialOfFullYear(static_cast<std::int16_t>(year), 1, 1)); });
+    ResumeNext([&] { day = DayOfYear(date); });
     const int countsAsFirst = weekdayOfJanuaryFirst <= thursday ? 1 : 0;
-    const int week = (DayOfYear(date) + weekdayOfJanuaryFirst - 2) / 7 + countsAsFirst;
+    const int week = (day + weekdayOfJanuaryFirst - 2) / 7 + countsAsFirst;
     if (week != 0) return week;
     // The days before week 1 belong to the last week of the year before, whose length the applications tell by this
     // year: most of these numbers differ from the ISO week, and hosts have stored them.
@@ -69,12 +71,10 @@ bool VmdLib_SchrikkelJaar(std::int16_t nJaar)
 
 std::int16_t VmdLib_WeekNummer(Date& dtDatum)
 {
-    int week = 0;
     ResumeNext([&] {
         if (Weekday(dtDatum) == sunday) dtDatum = ToDate(Subtract(dtDatum, std::int16_t{1}));
-        week = WeekOf(dtDatum);
     });
-    return static_cast<std::int16_t>(week);
+    return static_cast<std::int16_t>(WeekOf(dtDatum));
 }
 
 Text VmdLib_Maand(std::int16_t nMaandNummer)

@@ -18,7 +18,7 @@ Date VmdLib_StringNaarDatum(const Text& sDatum);
 bool VmdLib_SchrikkelJaar(std::int16_t nJaar);
 
 /// The week in the year of the date, 1 to 53 by the applications' own rule (docs/hosts.md): weeks begin on Monday, and
-/// no date belongs to a week of the next year. 0 for a date outside the calendar.
+/// no date belongs to a week of the next year. 1 for a date outside the calendar.
 /// @param dtDatum  a Sunday becomes the Saturday before it, at the same time of day
 std::int16_t VmdLib_WeekNummer(Date& dtDatum);
 

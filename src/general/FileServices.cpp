@@ -25,7 +25,7 @@ void DescribeFile(Files& files, TextView path, const FileDescription& descriptio
     description.bArchive = properties.isArchive;
     description.bHidden = properties.isHidden;
     description.bSystem = properties.isSystem;
-    if (properties.isFolder) return;  // cannot be opened to ask for more
+    if (properties.isFolder || !properties.isReadable) return;  // cannot be opened to ask for more
     description.lGrootte = static_cast<std::int32_t>(static_cast<std::uint32_t>(properties.size));
     description.dtAanmaakDatum = DayOf(properties.created);
     description.dtWijzigDatum = DayOf(properties.modified);

@@ -113,6 +113,14 @@ Integer IntegerFromJson(const Json& json)
     return static_cast<Integer>(value);
 }
 
+/// 32 bits, which some languages write with a sign.
+std::uint32_t ErrorCodeFromJson(const Json& json)
+{
+    const bool isNegative = json.is_number_integer() && !json.is_number_unsigned() && json.get<std::int64_t>() < 0;
+    return isNegative ? static_cast<std::uint32_t>(IntegerFromJson<std::int32_t>(json))
+                      : IntegerFromJson<std::uint32_t>(json);
+}
+
 const std::string& TextOf(const Json& json)
 {
     if (!json.is_string()) Mismatch("text is wanted, not " + json.dump());
@@ -233,7 +241,7 @@ Variant TypedFromJson(const Json& json, ObjectNames& objects)
             if (!value.is_boolean()) Mismatch("true or false is wanted, not " + value.dump());
             return value.get<bool>();
         case VarType::Error:
-            return ErrorCode{IntegerFromJson<std::uint32_t>(value)};
+            return ErrorCode{ErrorCodeFromJson(value)};
         default:
             Mismatch("no value of type " + type);
     }

@@ -7,13 +7,20 @@ namespace vmlib::mbf {
 
 namespace {
 
+[[noreturn]] void EndAfterMessage(Platform& platform)
+{
+    try {
+        platform.desktop.MessageBox(u"Illegal Function Call", 0, {});
+    } catch (...) {
+        // Whoever should have seen it is gone. The application ends all the same.
+    }
+    platform.processes.EndApplication();
+}
+
 template <class Number>
 Number Read(Platform& platform, Text& image)
 {
-    if (image.size() != sizeof(Number)) {
-        platform.desktop.MessageBox(u"Illegal Function Call", 0, {});
-        platform.processes.EndApplication();
-    }
+    if (image.size() != sizeof(Number)) EndAfterMessage(platform);
     const std::string bytes = ToAnsi(image);
     image = FromAnsi(bytes);
     return LoadLittle<Number>(reinterpret_cast<const std::uint8_t*>(bytes.data()));

@@ -137,6 +137,7 @@ struct FileProperties
 {
     bool isReadOnly = false, isArchive = false, isHidden = false, isSystem = false;
     bool isFolder = false;
+    bool isReadable = true;  // by this user
     std::uint64_t size = 0;
     Date created, modified, accessed;  // coordinated universal time
 };

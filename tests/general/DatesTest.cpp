@@ -39,7 +39,11 @@ TEST(Dates, FromCompactText)
         {u"01139999", never},          {u"01019e99", never},     // too large for a number: year 0
         {u"januari", never},
     };
-    for (const auto& [text, expected] : cases) EXPECT_EQ(Iso(VmdLib_StringNaarDatum(text)), expected) << ToUtf8(text);
+    for (const auto& [text, expected] : cases) {
+        const Date date = VmdLib_StringNaarDatum(text);
+        EXPECT_EQ(Iso(date), expected) << ToUtf8(text);
+        EXPECT_EQ(date.serial, std::trunc(date.serial)) << ToUtf8(text) << ": a result that nothing set is 0";
+    }
 }
 
 TEST(Dates, LeapYears)

@@ -88,6 +88,8 @@ TEST_F(FileServicesTest, WhatCannotBeAskedStays)
     const Description folder = Describe(u"");
     EXPECT_THAT(folder.Flags(), ElementsAre(false, false, false, false));
     EXPECT_THAT(folder.Numbers(), ElementsAre(77, 1, 2, 3)) << "a folder cannot be opened";
+    files_.properties.emplace().isReadable = false;
+    EXPECT_THAT(Describe(u"").Numbers(), ElementsAre(77, 1, 2, 3)) << "nor a file that others keep to themselves";
 }
 
 TEST_F(FileServicesTest, NetworkNames)

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -61,6 +62,7 @@ FileProperties PosixFiles::Properties(TextView path)
     properties.isArchive = S_ISREG(facts.st_mode);  // nothing here tells backup programs what they have saved
     properties.isHidden = native.Name().starts_with('.');
     properties.isFolder = S_ISDIR(facts.st_mode);
+    properties.isReadable = ::faccessat(AT_FDCWD, native.path.c_str(), R_OK, AT_EACCESS) == 0;
     properties.size = static_cast<std::uint64_t>(facts.st_size);
     properties.created = UniversalTime(CreationTime(native.path, facts));
     properties.modified = UniversalTime(facts.st_mtim.tv_sec);

@@ -1,16 +1,11 @@
 #include "platform/posix/PosixRegistry.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
 #include <limits>
 #include <new>
 
 #include "platform/Files.h"
+#include "platform/posix/AnsiText.h"
 
 namespace vmlib::posix {
 
@@ -41,15 +36,9 @@ std::int32_t ResultOf(FileFault fault)
     }
 }
 
-/// As a name comes out of the platform's single-byte functions.
-Text AnsiName(TextView name)
-{
-    return FromAnsi(ToAnsi(name.substr(0, name.find(u'\0'))));
-}
-
 KeyPath PartsOfName(TextView path)
 {
-    const Text name = AnsiName(path);
+    const Text name = AnsiText(path);
     if (name.starts_with(u'\\')) throw Refusal{registryBadPath};
     return PartsOf(name);
 }
@@ -86,33 +75,7 @@ void CopyName(const Text& from, std::size_t room, Text& name)
     name = std::move(ansi);
 }
 
-std::string HomeFolder()
-{
-    const char* home = std::getenv("HOME");
-    if (home && *home) return home;
-    std::vector<char> buffer(1024);
-    passwd entry;
-    passwd* found = nullptr;
-    while (::getpwuid_r(::geteuid(), &entry, buffer.data(), buffer.size(), &found) == ERANGE)
-        buffer.resize(buffer.size() * 2);
-    return found && found->pw_dir ? found->pw_dir : "";
-}
-
 }  // namespace
-
-RegistryPaths RegistryPaths::OfEnvironment()
-{
-    const char* configuration = std::getenv("XDG_CONFIG_HOME");
-    const char* machine = std::getenv("VMLIB_MACHINE_REGISTRY");
-    const bool isAbsolute = configuration && *configuration == '/';  // the specification of the variable asks for it
-    RegistryPaths paths;
-    paths.user = (isAbsolute ? std::string(configuration) : HomeFolder() + "/.config") + "/vmlib/user.reg";
-    paths.machine = machine && *machine ? machine : "/etc/vmlib/machine.reg";
-    std::error_code ignored;  // without a current folder a relative path stays one
-    for (std::string* path : {&paths.user, &paths.machine})
-        if (const auto absolute = std::filesystem::absolute(*path, ignored); !ignored) *path = absolute.string();
-    return paths;
-}
 
 PosixRegistry::PosixRegistry(RegistryPaths paths)
     : user_(std::move(paths.user), u"HKEY_CURRENT_USER", {0600, 0700}),
@@ -248,7 +211,7 @@ std::int32_t PosixRegistry::DeleteValue(RegistryHandle key, TextView name)
         OpenKeyFacts& facts = KeyOf(key, registrySet);
         facts.file->Change([&](const RegistryText& text) {
             const auto found = Locate(facts, text.Tree());
-            const RegistryTree::Value* value = found ? text.Tree().FindValue(*found, AnsiName(name)) : nullptr;
+            const RegistryTree::Value* value = found ? text.Tree().FindValue(*found, AnsiText(name)) : nullptr;
             if (!value) throw Refusal{registryNotFound};
             if (value->places.empty()) throw Refusal{registryAccessDenied};  // provided
             return std::optional(text.WithoutValue(*value));
@@ -260,7 +223,7 @@ std::int32_t PosixRegistry::SetValue(RegistryHandle key, TextView name, std::uin
 {
     return Answer([&] {
         OpenKeyFacts& facts = KeyOf(key, registrySet);
-        const Text valueName = AnsiName(name);
+        const Text valueName = AnsiText(name);
         if (valueName.size() > longestValueName || !RegistryText::CanBeValueName(valueName))
             throw Refusal{registryInvalidParameter};
         const StoredValue stored = ValueOfAnsi(type, data);
@@ -287,7 +250,7 @@ std::int32_t PosixRegistry::QueryValue(RegistryHandle key, TextView name, std::u
         OpenKeyFacts& facts = KeyOf(key, registryQuery);
         const RegistryTree& tree = facts.file->Look().Tree();
         const auto found = Locate(facts, tree);
-        const RegistryTree::Value* value = found ? tree.FindValue(*found, AnsiName(name)) : nullptr;
+        const RegistryTree::Value* value = found ? tree.FindValue(*found, AnsiText(name)) : nullptr;
         if (!value) throw Refusal{registryNotFound};
         const std::string data = DataOf(*facts.file, *value, type);
         size = static_cast<std::uint32_t>(data.size());
@@ -325,7 +288,7 @@ void PosixRegistry::Provide(RegistryHandle root, TextView path, TextView name, s
 {
     Answer([&] {
         const OpenKeyFacts key = Below(root, path);
-        key.file->Provide({key.path, AnsiName(name), std::move(value)});
+        key.file->Provide({key.path, AnsiText(name), std::move(value)});
     });
 }
 

@@ -5,17 +5,9 @@
 
 #include "platform/RegistryStore.h"
 #include "platform/posix/RegistryHandles.h"
+#include "platform/posix/RegistryPaths.h"
 
 namespace vmlib::posix {
-
-/// Where the two roots stand, as native paths.
-struct RegistryPaths
-{
-    std::string user;     // $XDG_CONFIG_HOME/vmlib/user.reg, else ~/.config/vmlib/user.reg
-    std::string machine;  // VMLIB_MACHINE_REGISTRY, else /etc/vmlib/machine.reg
-
-    static RegistryPaths OfEnvironment();
-};
 
 /// The registry as two text files in the registry editor's export form, shared by all processes of the user and of the
 /// machine. Safe to use from several threads.

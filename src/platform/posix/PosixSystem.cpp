@@ -10,9 +10,10 @@
 #include <filesystem>
 #include <vector>
 
+#include "platform/posix/AnsiText.h"
 #include "platform/posix/IniFile.h"
 #include "platform/posix/LocalTime.h"
-#include "platform/posix/PosixRegistry.h"
+#include "platform/posix/RegistryPaths.h"
 
 namespace vmlib::posix {
 
@@ -102,14 +103,15 @@ std::optional<Text> PosixSystem::WindowsFolder()
 
 Text PosixSystem::ProfileText(TextView section, TextView key, TextView defaultText, std::size_t room, TextView file)
 {
-    Text answer = IniValue(ProfileBytes(file), section, key).value_or(Text(TrimRight(defaultText)));
+    auto value = IniValue(ProfileBytes(file), AnsiText(section), AnsiText(key));
+    Text answer = value ? std::move(*value) : Text(TrimRight(AnsiText(defaultText)));
     answer.resize(std::min(answer.size(), room == 0 ? 0 : room - 1));
     return answer;
 }
 
 std::int32_t PosixSystem::ProfileNumber(TextView section, TextView key, std::int32_t defaultNumber, TextView file)
 {
-    const auto value = IniValue(ProfileBytes(file), section, key);
+    const auto value = IniValue(ProfileBytes(file), AnsiText(section), AnsiText(key));
     // Of the platform's functions the one for numbers asks the one for text, which gives it no sign of an empty value.
     return value && !value->empty() ? LeadingNumber(*value) : defaultNumber;
 }
