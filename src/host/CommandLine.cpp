@@ -32,7 +32,8 @@ std::optional<std::size_t> WordsBeforeText(const std::vector<std::string>& words
     return std::nullopt;
 }
 
-/// Takes the words behind the leading ones out. Words that begin with "--" are options, up to a lone "--".
+/// Takes the words behind the leading ones out. Words that begin with "--" are options, up to a lone "--"; that is for
+/// the parser when it stands among the leading ones.
 std::vector<std::string> TakeTextArguments(std::vector<std::string>& words, std::size_t leading)
 {
     std::vector<std::string> arguments, rest;
@@ -42,6 +43,7 @@ std::vector<std::string> TakeTextArguments(std::vector<std::string>& words, std:
         const std::string& word = words[i];
         if (!onlyArguments && word == "--") {
             onlyArguments = true;
+            if (plain < leading) rest.push_back(word);
         } else if (!onlyArguments && word.starts_with("--")) {
             rest.push_back(word);
             const bool takesValue = word == "--password" || word == "--type";

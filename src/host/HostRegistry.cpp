@@ -16,6 +16,8 @@ ErrorNumber NumberOf(std::int32_t result)
             return ErrorNumber::PathFileAccess;
         case registryDiskFull:
             return ErrorNumber::DiskFull;
+        case registryBusy:
+            return ErrorNumber::PermissionDenied;
         case registryDamaged:
             return ErrorNumber::InvalidFileFormat;
         case registryInvalidParameter:
@@ -48,8 +50,10 @@ void HostRegistry::ThrowFailure(RegistryHandle root)
     const std::int32_t result = std::exchange(failure_, registryDone);
     if (result == registryDone) return;
     const auto number = static_cast<std::int32_t>(NumberOf(result));
-    const Text where = Describe(root);
-    throw Error(number, ErrorText(number) + (where.empty() ? Text() : u": " + where));
+    const bool refusesName = result == registryInvalidParameter || result == registryBadPath;
+    Text detail = refusesName ? Text(u"the store takes no such name") : Describe(root);
+    if (result == registryBusy) detail += u" is in use by another program";
+    throw Error(number, ErrorText(number) + (detail.empty() ? Text() : u": " + detail));
 }
 
 }  // namespace vmlib::host

@@ -253,6 +253,38 @@ Json BytesToJson(const Array& array)
     return ToHex({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
+/// The UTF-16 unit that an escape ("\\u20AC") at the beginning of a text stands for.
+std::optional<unsigned> EscapedUnit(std::string_view text)
+{
+    unsigned unit = 0;
+    if (text.size() < 6 || text[0] != '\\' || text[1] != 'u') return std::nullopt;
+    const auto read = std::from_chars(text.data() + 2, text.data() + 6, unit, 16);
+    return read.ec == std::errc() && read.ptr == text.data() + 6 ? std::optional(unit) : std::nullopt;
+}
+
+/// Half of a surrogate pair alone is allowed by the grammar and refused by the parser; like any character that UTF-8
+/// cannot say it becomes U+FFFD.
+std::string WithoutHalfPairs(std::string_view text)
+{
+    const auto isHalf = [](std::optional<unsigned> unit, unsigned first) {
+        return unit && *unit >= first && *unit < first + 0x400;
+    };
+    std::string whole;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::string_view rest = text.substr(i);
+        std::size_t length = rest[0] == '\\' ? 2 : 1;
+        const auto unit = EscapedUnit(rest);
+        const bool isFront = isHalf(unit, 0xD800);
+        if (isFront && isHalf(EscapedUnit(rest.substr(6)), 0xDC00))
+            length = 12;
+        else if (isFront || isHalf(unit, 0xDC00))
+            length = 0;
+        whole += length == 0 ? std::string_view("\\uFFFD") : rest.substr(0, length);
+        i += length == 0 ? 6 : length;
+    }
+    return whole;
+}
+
 }  // namespace
 
 std::string ToLine(const Json& json)
@@ -263,7 +295,7 @@ std::string ToLine(const Json& json)
 std::optional<Json> ParseLine(std::string_view text)
 {
     if (Nesting(text) > deepestNesting) return std::nullopt;
-    Json json = Json::parse(text, nullptr, false);
+    Json json = Json::parse(WithoutHalfPairs(text), nullptr, false);
     if (json.is_discarded()) return std::nullopt;
     return json;
 }

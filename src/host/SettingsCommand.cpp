@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cmath>
 #include <ostream>
 
 #include "automation/Convert.h"
@@ -19,6 +21,15 @@ struct SettingsArguments
     bool machine = false;
 };
 
+/// Text of the command line for the store. What code page 1252 does not have would reach another name, or come back as
+/// other text.
+Text StorableText(const std::string& utf8)
+{
+    const Text text = FromUtf8(utf8);
+    if (!FitsAnsi(text)) throw UsageError{"\"" + utf8 + "\" has characters that code page 1252 does not have"};
+    return text;
+}
+
 /// A value as it is stored.
 struct Setting
 {
@@ -34,7 +45,7 @@ public:
     PackageSettings(Session& session, const SettingsArguments& arguments)
         : session_(session),
           user_(!arguments.machine),
-          package_(FromUtf8(arguments.package)),
+          package_(StorableText(arguments.package)),
           registry_(session.Create(u"Registry"))
     {
         if (package_.empty()) throw UsageError{"PACKAGE is empty"};
@@ -50,71 +61,90 @@ public:
         return result;
     }
 
-    /// A stored value; nothing when there is none.
+    /// A stored value under its own name; nothing when there is none.
     std::optional<Setting> Find(const Text& section, const Text& name)
     {
-        RegistryHandle key = 0;
-        Setting setting{section, name, 0, {}};
-        std::uint32_t size = 0;
-        std::int32_t result = session_.registry.OpenKey(Root(), KeyPath(section), registryQuery, key);
-        if (result == registryDone) result = session_.registry.QueryValue(key, name, setting.type, {}, size);
-        setting.data.resize(size);
-        if (result == registryDone) result = session_.registry.QueryValue(key, name, setting.type, setting.data, size);
-        session_.registry.CloseKey(key);
-        session_.registry.ThrowFailure(Root());
-        return result == registryDone ? std::optional(setting) : std::nullopt;
+        for (Setting& setting : List(section))
+            if (EqualIgnoringCase(setting.name, name)) return std::move(setting);
+        return std::nullopt;
     }
 
     bool HasSection(const Text& section)
     {
+        return WithKey(section, [](RegistryHandle) {});
+    }
+
+    /// The values of a section.
+    std::vector<Setting> List(const Text& section)
+    {
+        constexpr std::size_t longestName = 16384;
+        std::vector<Setting> settings;
+        Setting found{Spelled(section), {}, 0, {}};
+        std::string data(4096, '\0');
+        WithKey(section, [&](RegistryHandle key) {
+            std::int32_t result = registryDone;
+            for (std::uint32_t i = 0; result == registryDone; ++i) {
+                std::uint32_t size = 0;
+                const auto ask = [&] {
+                    return session_.registry.EnumValue(key, i, longestName, found.name, found.type, data, size);
+                };
+                result = ask();
+                if (result == registryMoreData) {
+                    data.resize(size);
+                    result = ask();
+                }
+                found.data = data.substr(0, size);
+                if (result == registryDone) settings.push_back(found);
+            }
+        });
+        return settings;
+    }
+
+    /// The sections directly below a section, "" for the package.
+    std::vector<Text> Sections(const Text& section)
+    {
+        constexpr std::size_t longestName = 256;
+        std::vector<Text> names;
+        WithKey(section, [&](RegistryHandle key) {
+            Text name;
+            for (std::uint32_t i = 0; session_.registry.EnumKey(key, i, longestName, name) == registryDone; ++i)
+                names.push_back(section.empty() ? name : section + u"\\" + name);
+        });
+        return names;
+    }
+
+    /// A section as it is written in the store; what is not there as it is given.
+    Text Spelled(const Text& section)
+    {
+        Text spelled;
+        for (TextView rest = section; !rest.empty();) {
+            const TextView part = rest.substr(0, rest.find(u'\\'));
+            rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+            const Text given = spelled.empty() ? Text(part) : spelled + u"\\" + Text(part);
+            const auto names = Sections(spelled);
+            const auto found = std::find_if(names.begin(), names.end(),
+                                            [&](const Text& name) { return EqualIgnoringCase(name, given); });
+            spelled = found == names.end() ? given : *found;
+        }
+        return spelled;
+    }
+
+private:
+    /// Works with the open key of a section; false when there is none. @throws Error of what went wrong
+    template <class Work>
+    bool WithKey(const Text& section, Work work)
+    {
         RegistryHandle key = 0;
-        const std::int32_t result = session_.registry.OpenKey(Root(), KeyPath(section), registryQuery, key);
-        session_.registry.CloseKey(key);
+        const std::int32_t result =
+            session_.registry.OpenKey(Root(), KeyPath(section), registryQuery | registryEnumerate, key);
+        if (result == registryDone) {
+            work(key);
+            session_.registry.CloseKey(key);
+        }
         session_.registry.ThrowFailure(Root());
         return result == registryDone;
     }
 
-    std::vector<Setting> List(const Text& section)
-    {
-        constexpr std::size_t longestName = 16384;
-        RegistryHandle key = 0;
-        std::vector<Setting> settings;
-        session_.registry.OpenKey(Root(), KeyPath(section), registryQuery | registryEnumerate, key);
-        std::string data(4096, '\0');
-        Setting found{section, {}, 0, {}};
-        for (std::uint32_t i = 0;;) {
-            std::uint32_t size = 0;
-            const std::int32_t result =
-                session_.registry.EnumValue(key, i, longestName, found.name, found.type, data, size);
-            if (result == registryMoreData && size > data.size()) {
-                data.resize(size);
-                continue;
-            }
-            if (result != registryDone) break;
-            found.data = data.substr(0, size);
-            settings.push_back(found);
-            ++i;
-        }
-        session_.registry.CloseKey(key);
-        session_.registry.ThrowFailure(Root());
-        return settings;
-    }
-
-    std::vector<Text> Sections(const Text& section)
-    {
-        constexpr std::size_t longestName = 256;
-        RegistryHandle key = 0;
-        std::vector<Text> names;
-        session_.registry.OpenKey(Root(), KeyPath(section), registryEnumerate, key);
-        Text name;
-        for (std::uint32_t i = 0; session_.registry.EnumKey(key, i, longestName, name) == registryDone; ++i)
-            names.push_back(section.empty() ? name : section + u"\\" + name);
-        session_.registry.CloseKey(key);
-        session_.registry.ThrowFailure(Root());
-        return names;
-    }
-
-private:
     RegistryHandle Root() const { return user_ ? currentUser : localMachine; }
     Text KeyPath(const Text& section) { return ToText(Call(registry_, u"VMDKeyNaam", package_, section)); }
 
@@ -152,7 +182,16 @@ Json ValueOf(const Setting& setting)
 
 std::string PlainText(const Json& value)
 {
+    if (value.is_number_float()) return ToUtf8(NumberToText(value.get<double>(), Locale::English()));
     return value.is_string() ? value.get<std::string>() : ToLine(value);
+}
+
+/// One line, whatever it holds.
+std::string OneLine(TextView text)
+{
+    std::string line = Printable(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
 }
 
 void PrintJson(Session& session, const Setting& setting, const std::string& type, const Json& value)
@@ -170,7 +209,7 @@ void PrintSection(Session& session, PackageSettings& settings, const Text& secti
         if (session.options.json)
             PrintJson(session, setting, TypeName(setting), ValueOf(setting));
         else
-            session.out << Printable(setting.name) << "=" << Printable(FromUtf8(PlainText(ValueOf(setting)))) << "\n";
+            session.out << OneLine(setting.name) << "=" << OneLine(FromUtf8(PlainText(ValueOf(setting)))) << "\n";
     }
     for (const Text& below : settings.Sections(section)) PrintSection(session, settings, below);
 }
@@ -184,9 +223,9 @@ int Missing(Session& session, const std::string& what)
 int List(Session& session, const SettingsArguments& arguments)
 {
     PackageSettings settings(session, arguments);
-    const Text section = FromUtf8(arguments.section);
+    const Text section = StorableText(arguments.section);
     if (!settings.HasSection(section)) return Missing(session, section.empty() ? "the package" : "the section");
-    PrintSection(session, settings, section);
+    PrintSection(session, settings, settings.Spelled(section));
     return exitDone;
 }
 
@@ -202,7 +241,7 @@ Json ReadAs(PackageSettings& settings, const std::string& type, const Text& sect
 int GetSetting(Session& session, const SettingsArguments& arguments)
 {
     PackageSettings settings(session, arguments);
-    const auto setting = settings.Find(FromUtf8(arguments.section), FromUtf8(arguments.name));
+    const auto setting = settings.Find(StorableText(arguments.section), StorableText(arguments.name));
     if (!setting) return Missing(session, "the value");
     const bool asStored = arguments.type.empty();
     const Json value = asStored ? ValueOf(*setting) : ReadAs(settings, arguments.type, setting->section, setting->name);
@@ -213,12 +252,16 @@ int GetSetting(Session& session, const SettingsArguments& arguments)
     return exitDone;
 }
 
-/// Text that would come back as another one is refused.
-Text StorableText(const std::string& utf8)
+/// A value as an argument of `call` with this type in front.
+Variant ParseValue(const std::string& type, const char* prefix, const std::string& value)
 {
-    const Text text = FromUtf8(utf8);
-    if (!FitsAnsi(text)) throw UsageError{"\"" + utf8 + "\" has characters that code page 1252 does not have"};
-    return text;
+    try {
+        const Variant parsed = ParseArgument(prefix + value);
+        if (!parsed.Holds<double>() || std::isfinite(parsed.As<double>())) return parsed;
+    } catch (const UsageError&) {
+        // said below in the words of this command
+    }
+    throw UsageError{"\"" + value + "\" is no " + type + "; numbers have a point, a bool is true or false"};
 }
 
 int SetSetting(Session& session, const SettingsArguments& arguments)
@@ -226,35 +269,35 @@ int SetSetting(Session& session, const SettingsArguments& arguments)
     struct Writer
     {
         TextView member;
-        const char* prefix;  // of the value as an argument of `call`
+        const char* prefix;
     };
-    static const std::map<std::string, Writer> writers = {{"", {u"RegSetStr", "s:"}},
-                                                          {"string", {u"RegSetStr", "s:"}},
+    static const std::map<std::string, Writer> writers = {{"string", {u"RegSetStr", "s:"}},
                                                           {"long", {u"RegSetLng", "l:"}},
                                                           {"double", {u"RegSetDbl", "d:"}},
                                                           {"bool", {u"RegSetBool", "b:"}}};
-    const Writer& writer = writers.at(arguments.type);
+    const std::string type = arguments.type.empty() ? "string" : arguments.type;
+    const Writer& writer = writers.at(type);
     StorableText(arguments.value);
+    const Variant value = ParseValue(type, writer.prefix, arguments.value);
     PackageSettings settings(session, arguments);
-    settings.CallMember(writer.member, StorableText(arguments.section), StorableText(arguments.name),
-                        ParseArgument(writer.prefix + arguments.value));
+    settings.CallMember(writer.member, StorableText(arguments.section), StorableText(arguments.name), value);
     return exitDone;
 }
 
 int DeleteSetting(Session& session, const SettingsArguments& arguments)
 {
     PackageSettings settings(session, arguments);
-    const Text section = FromUtf8(arguments.section);
+    const Text section = StorableText(arguments.section);
     if (!arguments.name.empty()) {
-        const Text name = FromUtf8(arguments.name);
+        const Text name = StorableText(arguments.name);
         if (!settings.Find(section, name)) return Missing(session, "the value");
         settings.CallMember(u"RegDelReg", section, name);
         return exitDone;
     }
     if (!settings.HasSection(section)) return Missing(session, section.empty() ? "the package" : "the section");
     if (!settings.Sections(section).empty()) {
-        session.err << "it has sections of its own: delete them first\n";
-        return exitError;
+        const auto number = static_cast<std::int32_t>(ErrorNumber::PermissionDenied);
+        throw Error(number, ErrorText(number) + u": it has sections of its own; delete them first");
     }
     settings.CallMember(u"RegDelReg", section);
     return exitDone;
@@ -291,7 +334,10 @@ void AddSettingsCommand(CommandLine& line)
         command->add_option("--type", arguments->type, "string, long, double or bool")
             ->check(CLI::IsMember({"string", "long", "double", "bool"}));
     }
-    set.footer("VALUE stands behind NAME and is text, whatever it looks like; numbers have a point.");
+    set.footer(
+        "VALUE stands behind NAME and is text, whatever it looks like; numbers have a point. A double is read back as "
+        "the "
+        "applications do: -1.5 is -0.5.");
 
     CLI::App& remove = line.AddTo(group, "delete", "vmlib settings delete Planner Opties Kleur",
                                   "Deletes one setting, a section, or a package without sections.",

@@ -7,7 +7,7 @@ namespace vmlib::mbf {
 
 namespace {
 
-[[noreturn]] void EndAfterMessage(Platform& platform)
+void EndAfterMessage(Platform& platform)
 {
     try {
         platform.desktop.MessageBox(u"Illegal Function Call", 0, {});

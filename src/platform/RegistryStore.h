@@ -30,6 +30,7 @@ enum RegistryResult : std::int32_t
     registryInvalidParameter = 87,
     registryDiskFull = 112,
     registryBadPath = 161,   // a path that begins with "\"
+    registryBusy = 170,      // another program does not let go of it
     registryMoreData = 234,  // the room given is too small
     registryNoMoreItems = 259,
     registryDamaged = 1015,  // what holds the root cannot be understood

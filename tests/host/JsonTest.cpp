@@ -74,6 +74,16 @@ TEST(JsonTest, StringsAsBytesAreThoseOfTheCodePage)
     EXPECT_TRUE(FromJson(Json::parse(R"({"type":"Bytes","value":"8081fF"})"), objects) == value);
 }
 
+TEST(JsonTest, WhatSomeLanguagesWrite)
+{
+    NoObjects objects;
+    EXPECT_TRUE(FromJson(Json::parse(R"({"type":"Error","value":-2147352572})"), objects) == Variant::Missing());
+    const auto line = ParseLine(R"(["\ud83d\ude00", "\ud83d", "\ude00x", "\\ud83d", "\u0041"])");
+    ASSERT_TRUE(line);
+    EXPECT_EQ(*line, Json({"\xF0\x9F\x98\x80", "\xEF\xBF\xBD", "\xEF\xBF\xBDx", "\\ud83d", "A"}))
+        << "half a pair of surrogates is no character";
+}
+
 TEST(JsonTest, PlainNumbersAreLongWhereTheyFit)
 {
     NoObjects objects;

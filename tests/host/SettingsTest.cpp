@@ -76,9 +76,14 @@ TEST_F(SettingsCommand, ValuesOfEachTypeAreWrittenAndRead)
     EXPECT_EQ(Out({"get", "planner", "opties", "kleur"}), "groen" + e + "\n");
     EXPECT_EQ(Out({"get", "Planner", "Opties", "Aantal"}), "-5\n");
     EXPECT_EQ(Out({"get", "Planner", "Opties", "Marge", "--type", "double"}), "2.5\n");
+    EXPECT_EQ(Out({"get", "Planner", "Opties", "Aantal", "--type", "double"}), "-5\n");
     EXPECT_EQ(Out({"get", "Planner", "Opties", "Aan"}), "-1\n");
     EXPECT_EQ(Out({"get", "Planner", "Opties", "Aan", "--type", "bool"}), "true\n");
     EXPECT_EQ(Out({"get", "Planner", "", "Los", "--machine"}), "--vreemd\n");
+    EXPECT_EQ(Out({"set", "Planner", "Opties", "--", "-n", "x"}), "");
+    EXPECT_EQ(Out({"get", "planner", "OPTIES", "--json", "--", "-N"}),
+              R"({"section":"Opties","name":"-n","type":"string","value":"x"})"
+              "\n");
     EXPECT_EQ(Out({"get", "Planner", "Opties", "Aantal", "--type", "double", "--json"}),
               R"({"section":"Opties","name":"Aantal","type":"double","value":-5.0})"
               "\n");
@@ -137,6 +142,9 @@ TEST_F(SettingsCommand, UsageIsRefused)
                                                   {"set", "P", "S", "N", "a", "--type", "date"},
                                                   {"set", "P", "S", "N", "\xCE\xA9"},
                                                   {"set", "P", "S", "\xCE\xA9", "a"},
+                                                  {"set", "\xCE\xA9", "S", "N", "a"},
+                                                  {"delete", "P", "S", "\xC4\x80"},
+                                                  {"set", "P", "S", "N", "inf", "--type", "double"},
                                                   {"get", "P"},
                                                   {"list"}})
         EXPECT_EQ(Run(words).code, 2) << words.back();
@@ -161,7 +169,9 @@ TEST_F(SettingsCommand, AFileThatCannotBeReadIsAnErrorAndStays)
 
 TEST_F(SettingsCommand, KeysTheStoreRefusesAreAnError)
 {
-    EXPECT_EQ(Run({"set", "P", std::string(300, 'x'), "N", "a"}).code, 3);
+    const Answer answer = Run({"set", "P", std::string(300, 'x'), "N", "a"});
+    EXPECT_EQ(answer.code, 3);
+    EXPECT_EQ(answer.err, "error 5: Invalid procedure call or argument: the store takes no such name\n");
 }
 
 }  // namespace

@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t longestPart = 255, longestValueName = 16'383;
 
-/// Further result codes of the platform, which only this store gives.
-constexpr std::int32_t registryOutOfMemory = 8, registryBusy = 170;
+/// A further result code of the platform, which only this store gives.
+constexpr std::int32_t registryOutOfMemory = 8;
 
 /// Ends an operation with a result code.
 struct Refusal
@@ -224,8 +224,7 @@ std::int32_t PosixRegistry::SetValue(RegistryHandle key, TextView name, std::uin
     return Answer([&] {
         OpenKeyFacts& facts = KeyOf(key, registrySet);
         const Text valueName = AnsiText(name);
-        if (valueName.size() > longestValueName || !RegistryText::CanBeValueName(valueName))
-            throw Refusal{registryInvalidParameter};
+        if (valueName.size() > longestValueName) throw Refusal{registryInvalidParameter};
         const StoredValue stored = ValueOfAnsi(type, data);
         facts.file->Change([&](const RegistryText& text) -> std::optional<std::string> {
             const auto found = Locate(facts, text.Tree());
@@ -303,8 +302,8 @@ Text PosixRegistry::Describe(RegistryHandle root)
         } catch (const RegistryDamage& damage) {
             description +=
                 u", line " + Decimal(static_cast<long long>(damage.Line())) + u": " + FromUtf8(damage.what());
-        } catch (const FileError& error) {
-            description = FromUtf8(error.what());
+        } catch (const FileError&) {
+            return;  // what there is to say of it the result codes say
         }
     });
     return description;

@@ -13,8 +13,8 @@ namespace vmlib::posix {
 /// machine. Safe to use from several threads.
 ///
 /// Handles have the access that they were opened with; the rights of the user on a file show when it is read or written.
-/// CreateKey and DeleteKey ask nothing of the handle that they start from. Names with control characters, and keys with
-/// "] ;" in their names, which a file cannot say, are 87, as are keys below 512 others.
+/// CreateKey and DeleteKey ask nothing of the handle that they start from. Keys with control characters or "] ;" in their
+/// names, which a file cannot say, are 87, as are keys below 512 others.
 class PosixRegistry : public RegistryStore
 {
 public:

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <chrono>
 
+#include "platform/posix/FileLocks.h"
 #include "platform/posix/HeldFile.h"
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/RegistryLock.h"
@@ -25,6 +26,7 @@ namespace {
 
 constexpr std::size_t greatestSize = std::size_t{64} << 20;
 constexpr int greatestAttemptCount = 20;
+constexpr std::chrono::milliseconds editorPatience{1000};
 
 /// Two changes within one tick of the file system's clock leave the same times. Ticks are milliseconds mostly, two
 /// seconds at worst.
@@ -50,18 +52,14 @@ void WriteAll(int descriptor, std::string_view bytes, TextView path)
     }
 }
 
-/// Deletes a file at the end unless it has got another name.
+/// Deletes what stands under a name at the end: the file that was not wanted, or the old one that has changed places.
 class Temporary
 {
 public:
     explicit Temporary(std::string path) : path_(std::move(path)) {}
-    ~Temporary()
-    {
-        if (!path_.empty()) ::unlink(path_.c_str());
-    }
+    ~Temporary() { ::unlink(path_.c_str()); }
     Temporary(const Temporary&) = delete;
     Temporary& operator=(const Temporary&) = delete;
-    void Release() { path_.clear(); }
 
 private:
     std::string path_;
@@ -159,11 +157,21 @@ void RegistryFile::Change(const Edit& edit)
     CheckWritable(target);
     MakeFolderOf(target, permissions_.folder, messagePath_);
     const RegistryLock lock(target, permissions_.file, messagePath_);
+    AwaitContents();
     for (int attempt = 0; attempt < greatestAttemptCount; ++attempt) {
         const auto bytes = edit(Look());
         if (!bytes || TryReplace(target, *bytes)) return;
     }
     throw FileError(FileFault::SharingViolation, messagePath_);
+}
+
+/// An editor that writes in place empties the file first. What it holds then is no registry to add to.
+void RegistryFile::AwaitContents()
+{
+    RetryFor(editorPatience, [&] {
+        Look();
+        return !version_.exists || version_.size > 0;
+    });
 }
 
 /// The rights on the folder decide who can replace a file; those on the file must allow it as well.
@@ -173,6 +181,29 @@ void RegistryFile::CheckWritable(const std::string& target) const
     if (::stat(target.c_str(), &facts) != 0) return;
     if (IsReadOnly(facts) || ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
         throw FileError(FileFault::AccessDenied, messagePath_);
+}
+
+/// Gives the new file the name. False when an editor had changed or replaced the old one up to this moment, which then
+/// keeps the name.
+bool RegistryFile::TakeName(const std::string& newFile, const std::string& target, const Version& old) const
+{
+    if (!old.exists) return RenameToFreeName(newFile, target, messagePath_);
+    // The two change places, so that what is displaced can still be looked at, and put back.
+    const auto exchange = [&] {
+        return ::renameat2(AT_FDCWD, newFile.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0;
+    };
+    if (!exchange()) {
+        if (errno != EINVAL && errno != ENOSYS) throw SystemFailure(errno, messagePath_);
+        if (::rename(newFile.c_str(), target.c_str()) != 0) throw SystemFailure(errno, messagePath_);  // all it can do
+        return true;
+    }
+    struct stat facts;
+    if (::lstat(newFile.c_str(), &facts) != 0) throw SystemFailure(errno, messagePath_);
+    Version displaced = VersionOf(facts);
+    displaced.changed = old.changed;  // changing places counts as a change
+    if (displaced == old) return true;
+    if (!exchange()) throw SystemFailure(errno, messagePath_);
+    return false;
 }
 
 bool RegistryFile::TryReplace(const std::string& target, const std::string& bytes)
@@ -195,8 +226,7 @@ bool RegistryFile::TryReplace(const std::string& target, const std::string& byte
     if (::fsync(descriptor.Number()) != 0) throw SystemFailure(errno, messagePath_);
 
     if (Open().version != old.version) return false;  // an editor knows nothing of the lock
-    if (::rename(name.c_str(), target.c_str()) != 0) throw SystemFailure(errno, messagePath_);
-    temporary.Release();
+    if (!TakeName(name, target, old.version)) return false;
     text_ = std::move(text);
     isSettled_ = false;
     SyncNativeFolder(FolderOf(target), messagePath_);

@@ -72,6 +72,8 @@ private:
     bool TryLook();
     std::unique_ptr<RegistryText> Parsed(std::string bytes) const;
     void CheckWritable(const std::string& target) const;
+    void AwaitContents();
+    bool TakeName(const std::string& newFile, const std::string& target, const Version& old) const;
     bool TryReplace(const std::string& target, const std::string& bytes);
 
     std::string path_;

@@ -228,9 +228,22 @@ std::string RegistryText::WithKey(const KeyPath& path) const
     return WithSection(path, {});
 }
 
+/// The lines of a key's sections and values, in order; comments between them are not among them.
+std::vector<FileRange> RegistryText::LinesOf(const RegistryTree::Key& key) const
+{
+    std::vector<FileRange> lines;
+    for (const FileRange& section : key.sections)
+        lines.push_back({section.begin, std::min(text_.find('\n', section.begin), text_.size() - 1) + 1});
+    for (const RegistryTree::Value& value : key.values)
+        for (const ValuePlace& place : value.places) lines.push_back(place.lines);
+    std::sort(lines.begin(), lines.end(),
+              [](const FileRange& left, const FileRange& right) { return left.begin < right.begin; });
+    return lines;
+}
+
 std::string RegistryText::WithoutKey(std::size_t key) const
 {
-    std::vector<FileRange> ranges = tree_.At(key).sections;
+    std::vector<FileRange> ranges = LinesOf(tree_.At(key));
     const std::size_t parent = tree_.At(key).parent;
     const bool impliesParent =
         parent != 0 && tree_.At(parent).sections.empty() && tree_.At(parent).children.size() == 1;
@@ -242,8 +255,12 @@ std::string RegistryText::WithoutKey(std::size_t key) const
         section = Header(path);
     }
     const std::size_t begin = ranges.front().begin;
-    for (FileRange& range : ranges)
-        if (!impliesParent || range.begin != begin) range.end = BehindBlankLine(text_, range.end);
+    // The blank line behind a section goes with it, unless the first one makes place for that of its parent.
+    for (std::size_t i = impliesParent ? 1 : 0; i < tree_.At(key).sections.size(); ++i) {
+        const auto endsBefore = [](const FileRange& range, std::size_t end) { return range.end < end; };
+        const auto last = std::lower_bound(ranges.begin(), ranges.end(), tree_.At(key).sections[i].end, endsBefore);
+        last->end = BehindBlankLine(text_, last->end);
+    }
     return Without(text_, ranges).insert(begin, section);
 }
 
@@ -273,16 +290,11 @@ std::string RegistryText::WithoutValue(const RegistryTree::Value& value) const
     return Without(text_, lines);
 }
 
-bool RegistryText::CanBeValueName(TextView name)
-{
-    return std::none_of(name.begin(), name.end(), [](char16_t c) { return c < 0x20; });
-}
-
 bool RegistryText::CanBeKeyPath(const KeyPath& path)
 {
     return std::all_of(path.begin(), path.end(), [](const Text& part) {
-        const std::string utf8 = ToUtf8(part);
-        return CanBeValueName(part) && (SectionEnd(utf8 + "x") == std::string_view::npos);
+        const bool hasControls = std::any_of(part.begin(), part.end(), [](char16_t c) { return c < 0x20; });
+        return !hasControls && SectionEnd(ToUtf8(part) + "x") == std::string_view::npos;
     });
 }
 

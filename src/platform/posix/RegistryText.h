@@ -33,13 +33,13 @@ public:
     std::string WithValue(const KeyPath& path, TextView name, const StoredValue& value) const;
     std::string WithoutValue(const RegistryTree::Value& value) const;
 
-    /// True for names that a section or a value can be written with: no control characters, and in a path nothing that
-    /// looks like the end of a section with a comment behind it ("] ;").
-    static bool CanBeValueName(TextView name);
+    /// True for a path that a section can be written with: no control characters, and nothing that looks like the end of a
+    /// section with a comment behind it ("] ;").
     static bool CanBeKeyPath(const KeyPath& path);
 
 private:
     std::string_view LineEnd() const;
+    std::vector<FileRange> LinesOf(const RegistryTree::Key& key) const;
     std::string Header(const KeyPath& path) const;
     std::string WithSection(const KeyPath& path, const std::string& lines) const;
 
