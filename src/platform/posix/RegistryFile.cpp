@@ -157,8 +157,8 @@ void RegistryFile::Change(const Edit& edit)
     CheckWritable(target);
     MakeFolderOf(target, permissions_.folder, messagePath_);
     const RegistryLock lock(target, permissions_.file, messagePath_);
-    AwaitContents();
     for (int attempt = 0; attempt < greatestAttemptCount; ++attempt) {
+        AwaitContents();
         const auto bytes = edit(Look());
         if (!bytes || TryReplace(target, *bytes)) return;
     }
