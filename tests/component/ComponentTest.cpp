@@ -1,5 +1,7 @@
 #include "component/AlgemeneLibrary.h"
 #include "component/Component.h"
+#include "component/Mbf.h"
+#include "component/Registry.h"
 #include "component/VmdDbLibRoutines.h"
 #include "db/DocumentFixture.h"
 
@@ -18,6 +20,8 @@ std::string TypeName(VarType type)
             return "Long";
         case VarType::String:
             return "String";
+        case VarType::Single:
+            return "Single";
         case VarType::Double:
             return "Double";
         case VarType::Date:
@@ -98,6 +102,44 @@ TEST(MemberTables, AreWhatHostsWereWrittenFor)
             "VmdLib_BepaalOS(bWinNt Boolean, bWin95 Boolean) ", "VmdLib_GetVersie(Prog Object) String",
             "SyncShell(ByVal PathName String, WindowStyle Integer) Long", "VmdLib_GetInsert() Boolean",
             "fld(sIn String) String"));
+    EXPECT_THAT(
+        Signatures(Registry::Members()),
+        testing::UnorderedElementsAre(
+            "SetValueEx(ByVal hKey Long, sValueName String, lType Long, vValue Variant) Long",
+            "QueryValueEx(ByVal lhKey Long, ByVal szValueName String, vValue Variant) Long",
+            "RegQueryValue(lHoofdKey Long, sKeyNaam String, sValueNaam String, ByVal vDefault Variant) Variant",
+            "RegGetAnyStr(lHoofdKey Long, sKeyNaam String, sValueNaam String, ByVal vDefault Variant) Variant",
+            "RegSetKeyValue(lHoofdKey Long, sKeyName String, sValueName String, vValueSetting Variant, "
+            "lValueType Long) ",
+            "RegCreateNewKey(lHoofdKey Long, sNieuweKey String) ", "RegDelKey(lHoofdKey Long, sDeleteKey String) ",
+            "RegDelVar(lHoofdKey Long, sDeleteKey String, sDeleteVar String) ",
+            "GetIndexedValue(ByVal lHoofdKey Long, ByVal sKeyNaam String, ByVal lIndex Long, sNaam String, "
+            "vWaarde Variant, bType Boolean) Long",
+            "GetIndexedKey(ByVal lHoofdKey Long, ByVal sKeyNaam String, ByVal lIndex Long, sNaam String) Long",
+            "GetAllSubKeys(ByVal lHoofdKey Long, ByVal sKeyNaam String, sSubKeys Object) ",
+            "GetAllValues(ByVal lHoofdKey Long, ByVal sKeyNaam String, sValues Object) ",
+            "VMDKeyNaam(sPakket String, sHeader String) String",
+            "RegSetDbl(bUser Integer, sPakket String, sHeader String, sVar String, dVal Double) ",
+            "RegSetStr(bUser Integer, sPakket String, sHeader String, sVar String, sVal String) ",
+            "RegSetLng(bUser Integer, sPakket String, sHeader String, sVar String, lVal Long) ",
+            "RegSetBool(bUser Integer, sPakket String, sHeader String, sVar String, bVal Boolean) ",
+            "RegSetTF(bUser Integer, sPakket String, sHeader String, sVar String, bVal Integer) ",
+            "RegGetDbl(bUser Integer, sPakket String, sHeader String, sVar String, ByVal dDefault Double) Double",
+            "RegGetStr(bUser Integer, sPakket String, sHeader String, sVar String, ByVal sDefault String) String",
+            "RegGetLng(bUser Integer, sPakket String, sHeader String, sVar String, ByVal lDefault Long) Long",
+            "RegGetBool(bUser Integer, sPakket String, sHeader String, sVar String, ByVal bDefault Boolean) Boolean",
+            "RegGetTF(bUser Integer, sPakket String, sHeader String, sVar String, ByVal bDefault Integer) Integer",
+            "RegDelReg(bUser Integer, sPakket String, sHeader String, [vVar Variant]) ",
+            "RegSubkeys(ByVal bUser Boolean, ByVal sPakket String) Object",
+            "RegValues(ByVal bUser Boolean, ByVal sPakket String, ByVal sSleutel String) Object",
+            "RegTotaalLijst(sPakket String) String"));
+    EXPECT_THAT(Signatures(Mbf::Members()),
+                testing::UnorderedElementsAre("CVI(x String) Integer", "CVL(x String) Long", "CVS(x String) Single",
+                                              "CVD(x String) Double", "MKI(x Integer) String", "MKL(x Long) String",
+                                              "MKS(x Single) String", "MKD(x Double) String",
+                                              "CVSMBF(OldStringSP String) Single", "CVDMBF(OldStringDP String) Double",
+                                              "MKSMBF(OldNumberSP Single) String", "MKDMBF(OldNumberDP Double) String",
+                                              "MKDTPR(OldNumberDP Double) String"));
 }
 
 /// A data control that remembers what is set, in order.
