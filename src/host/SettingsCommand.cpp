@@ -334,10 +334,9 @@ void AddSettingsCommand(CommandLine& line)
         command->add_option("--type", arguments->type, "string, long, double or bool")
             ->check(CLI::IsMember({"string", "long", "double", "bool"}));
     }
-    set.footer(
-        "VALUE stands behind NAME and is text, whatever it looks like; numbers have a point. A double is read back as "
-        "the "
-        "applications do: -1.5 is -0.5.");
+    // For the help: the parser does not see it, as it may look like an option.
+    set.add_option("value", arguments->value, "text, whatever it looks like; numbers have a point");
+    set.footer("A double is read back as the applications do: -1.5 is -0.5.");
 
     CLI::App& remove = line.AddTo(group, "delete", "vmlib settings delete Planner Opties Kleur",
                                   "Deletes one setting, a section, or a package without sections.",
