@@ -193,8 +193,8 @@ bool RegistryFile::TakeName(const std::string& newFile, const std::string& targe
         return ::renameat2(AT_FDCWD, newFile.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0;
     };
     if (!exchange()) {
-        if (errno != EINVAL && errno != ENOSYS) throw SystemFailure(errno, messagePath_);
-        if (::rename(newFile.c_str(), target.c_str()) != 0) throw SystemFailure(errno, messagePath_);  // all it can do
+        // A file system without that service.
+        if (::rename(newFile.c_str(), target.c_str()) != 0) throw SystemFailure(errno, messagePath_);
         return true;
     }
     struct stat facts;
