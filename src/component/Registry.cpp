@@ -47,7 +47,7 @@ std::int32_t Registry::SetValueEx(std::int32_t hKey, Text& sValueName, std::int3
     return registry::SetValueEx(store_, hKey, sValueName, lType, vValue);
 }
 
-std::int32_t Registry::QueryValueEx(std::int32_t lhKey, Text szValueName, Variant& vValue)
+std::int32_t Registry::QueryValueEx(std::int32_t lhKey, const Text& szValueName, Variant& vValue)
 {
     return registry::QueryValueEx(store_, lhKey, szValueName, vValue);
 }
@@ -83,23 +83,23 @@ void Registry::RegDelVar(std::int32_t& lHoofdKey, Text& sDeleteKey, Text& sDelet
     registry::RegDelVar(store_, lHoofdKey, sDeleteKey, sDeleteVar);
 }
 
-std::int32_t Registry::GetIndexedValue(std::int32_t lHoofdKey, Text sKeyNaam, std::int32_t lIndex, Text& sNaam,
+std::int32_t Registry::GetIndexedValue(std::int32_t lHoofdKey, const Text& sKeyNaam, std::int32_t lIndex, Text& sNaam,
                                        Variant& vWaarde, bool& bType)
 {
     return registry::GetIndexedValue(store_, lHoofdKey, sKeyNaam, lIndex, sNaam, vWaarde, bType);
 }
 
-std::int32_t Registry::GetIndexedKey(std::int32_t lHoofdKey, Text sKeyNaam, std::int32_t lIndex, Text& sNaam)
+std::int32_t Registry::GetIndexedKey(std::int32_t lHoofdKey, const Text& sKeyNaam, std::int32_t lIndex, Text& sNaam)
 {
     return registry::GetIndexedKey(store_, lHoofdKey, sKeyNaam, lIndex, sNaam);
 }
 
-void Registry::GetAllSubKeys(std::int32_t lHoofdKey, Text sKeyNaam, ObjectRef& sSubKeys)
+void Registry::GetAllSubKeys(std::int32_t lHoofdKey, const Text& sKeyNaam, ObjectRef& sSubKeys)
 {
     registry::GetAllSubKeys(store_, lHoofdKey, sKeyNaam, sSubKeys);
 }
 
-void Registry::GetAllValues(std::int32_t lHoofdKey, Text sKeyNaam, ObjectRef& sValues)
+void Registry::GetAllValues(std::int32_t lHoofdKey, const Text& sKeyNaam, ObjectRef& sValues)
 {
     registry::GetAllValues(store_, lHoofdKey, sKeyNaam, sValues);
 }
@@ -139,7 +139,7 @@ double Registry::RegGetDbl(std::int16_t& bUser, Text& sPakket, Text& sHeader, Te
     return registry::RegGetDbl(store_, {bUser, sPakket, sHeader}, sVar, dDefault);
 }
 
-Text Registry::RegGetStr(std::int16_t& bUser, Text& sPakket, Text& sHeader, Text& sVar, Text sDefault)
+Text Registry::RegGetStr(std::int16_t& bUser, Text& sPakket, Text& sHeader, Text& sVar, const Text& sDefault)
 {
     return registry::RegGetStr(store_, {bUser, sPakket, sHeader}, sVar, sDefault);
 }
@@ -164,12 +164,12 @@ void Registry::RegDelReg(std::int16_t& bUser, Text& sPakket, Text& sHeader, Opti
     registry::RegDelReg(store_, {bUser, sPakket, sHeader}, vVar.value);
 }
 
-ObjectRef Registry::RegSubkeys(bool bUser, Text sPakket)
+ObjectRef Registry::RegSubkeys(bool bUser, const Text& sPakket)
 {
     return registry::RegSubkeys(store_, bUser, sPakket);
 }
 
-ObjectRef Registry::RegValues(bool bUser, Text sPakket, Text sSleutel)
+ObjectRef Registry::RegValues(bool bUser, const Text& sPakket, const Text& sSleutel)
 {
     return registry::RegValues(store_, bUser, sPakket, sSleutel);
 }
