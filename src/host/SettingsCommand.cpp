@@ -256,7 +256,7 @@ int GetSetting(Session& session, const SettingsArguments& arguments)
 Variant ParseValue(const std::string& type, const char* prefix, const std::string& value)
 {
     try {
-        const Variant parsed = ParseArgument(prefix + value);
+        Variant parsed = ParseArgument(prefix + value);
         if (!parsed.Holds<double>() || std::isfinite(parsed.As<double>())) return parsed;
     } catch (const UsageError&) {
         // said below in the words of this command
