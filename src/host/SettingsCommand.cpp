@@ -25,7 +25,7 @@ struct SettingsArguments
 /// other text.
 Text StorableText(const std::string& utf8)
 {
-    const Text text = FromUtf8(utf8);
+    Text text = FromUtf8(utf8);
     if (!FitsAnsi(text)) throw UsageError{"\"" + utf8 + "\" has characters that code page 1252 does not have"};
     return text;
 }
