@@ -30,7 +30,7 @@ RegistryPaths RegistryPaths::OfEnvironment()
 {
     const char* configuration = std::getenv("XDG_CONFIG_HOME");
     const char* machine = std::getenv("VMLIB_MACHINE_REGISTRY");
-    const bool isAbsolute = configuration && *configuration == '/';  // the specification of the variable asks for it
+    const bool isAbsolute = configuration && *configuration == '/';  // anything else is to be ignored
     RegistryPaths paths;
     paths.user = (isAbsolute ? std::string(configuration) : HomeFolder() + "/.config") + "/vmlib/user.reg";
     paths.machine = machine && *machine ? machine : "/etc/vmlib/machine.reg";
