@@ -202,7 +202,8 @@ bool RegistryFile::TakeName(const std::string& newFile, const std::string& targe
     Version displaced = VersionOf(facts);
     displaced.changed = old.changed;  // changing places counts as a change
     if (displaced == old) return true;
-    if (!exchange()) throw SystemFailure(errno, messagePath_);
+    // Should the name have gone meanwhile, the editor's file still takes it: it must not end as our temporary one.
+    if (!exchange() && ::rename(newFile.c_str(), target.c_str()) != 0) throw SystemFailure(errno, messagePath_);
     return false;
 }
 
