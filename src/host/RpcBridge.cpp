@@ -256,23 +256,23 @@ Json RpcBridge::TakeMessages(const Json& params)
     if (!wanted.is_boolean()) throw ProtocolError{invalidParams, "messages is true or false"};
     session_.desktop.SetListener({});
     if (wanted.get<bool>())
-        session_.desktop.SetListener(
-            [this](TextView text, std::int32_t style, TextView title) { return ShowMessage(text, style, title); });
+        session_.desktop.SetListener([this](const Message& message) { return ShowMessage(message); });
     return nullptr;
 }
 
-std::int16_t RpcBridge::ShowMessage(TextView text, std::int32_t style, TextView title)
+std::int32_t RpcBridge::ShowMessage(const Message& message)
 {
     Json buttons = Json::array();
-    for (const MessageButton& button : MessageButtons(style))
-        buttons.push_back(ToUtf8(Replaced(button.caption, u"&", u"")));
-    std::int16_t answer = SafeAnswer(style);
-    // A client that cannot show it leaves the answer safe.
+    for (const MessageButton& button : message.buttons) buttons.push_back(ToUtf8(ShownCaption(button.caption)));
+    std::int32_t answer = message.safeAnswer;
+    // A client that cannot show it, or answers what no button does, leaves the answer safe.
     ResumeNext([&] {
-        const Json result = rpc_.Request(
-            "message",
-            {{"text", ToUtf8(text)}, {"style", style}, {"title", ToUtf8(title)}, {"buttons", std::move(buttons)}});
-        answer = ToInteger(FromJson(result, *this));
+        const Json result = rpc_.Request("message", {{"text", ToUtf8(message.text)},
+                                                     {"style", message.style},
+                                                     {"title", ToUtf8(message.title)},
+                                                     {"buttons", std::move(buttons)}});
+        const std::int32_t given = ToLong(FromJson(result, *this));
+        if (message.Answers(given)) answer = given;
     });
     return answer;
 }

@@ -41,7 +41,7 @@ private:
     ObjectRef ClientObjectNamed(const Json& name);
     ObjectRef MakeClientObject(const Text& className);
     Variant CallClient(const ClientObject& object, const char* method, TextView member, std::span<Variant> arguments);
-    std::int16_t ShowMessage(TextView text, std::int32_t style, TextView title);
+    std::int32_t ShowMessage(const Message& message);
 
     Session& session_;
     std::map<std::int64_t, ObjectRef> objects_;

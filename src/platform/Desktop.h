@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <functional>
+#include <optional>
 
-#include "core/Text.h"
+#include "platform/FormLayout.h"
+#include "platform/Message.h"
 
 namespace vmlib {
 
@@ -13,16 +15,22 @@ inline constexpr std::int16_t hourglassPointer = 11;
 inline constexpr std::int16_t insertKey = 45;
 inline constexpr std::int16_t decimalKey = 110;  // of the numeric keypad
 
-/// What a person sees. Message-box styles: button sets 0 to 5, icons 16, 32, 48, 64, default button 0, 256, 512;
-/// answers 1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No.
+/// What a person sees: messages, the pointer, the keyboard, windows of the host, help.
 class Desktop
 {
 public:
     virtual ~Desktop() = default;
 
-    /// Shows a message and returns the answer. Where nobody can answer, the safe answer at once: OK 1; OK and Cancel 2;
-    /// Abort, Retry and Ignore 3; Yes, No and Cancel 2; Yes and No 7; Retry and Cancel 2.
+    /// Shows the platform's standard message box and returns its answer. Where nobody can answer, the safe answer at
+    /// once.
     virtual std::int16_t MessageBox(TextView text, std::int32_t style, TextView title) = 0;
+
+    /// Places a form by measurements of the screen that it will appear on. May run in another process: it computes, and
+    /// changes nothing.
+    using Layouter = std::function<FormLayout(Measures&)>;
+    /// Shows a message in a form of the library's own and returns the answer. Where there is no screen it is asked as
+    /// text, and nothing is placed; where nobody can answer, the safe answer at once.
+    virtual std::int32_t ShowForm(const Message& message, const Layouter& layOut) = 0;
 
     /// The application's mouse pointer; a hook for a busy indicator.
     virtual std::int16_t MousePointer() = 0;
@@ -33,20 +41,22 @@ public:
     /// Types text into the window that has the keyboard focus, without waiting for it to be read. Nothing happens
     /// without a desktop.
     virtual void SendKeys(TextView text) = 0;
+
+    /// Width and height of the screen in twips; no value without one.
+    virtual std::optional<TwipsPoint> ScreenTwips() = 0;
+
+    // Windows of the host, by their handles. A handle that stands for none answers as the platform's calls do: 0, an
+    // empty rectangle, the point as it was.
+    virtual std::int32_t SendWindowMessage(std::int32_t window, std::int32_t message, std::int32_t first,
+                                           std::int32_t second) = 0;
+    virtual Rectangle WindowRectangle(std::int32_t window) = 0;  // outer edges on the screen
+    virtual Point ToClient(std::int32_t window, Point onScreen) = 0;
+    virtual void MoveWindow(std::int32_t window, const Rectangle& place, bool repaint) = 0;
+    virtual Size TextExtent(std::int32_t deviceContext, TextView text) = 0;
+
+    /// Asks the platform's help viewer for something in a help file, by the viewer's command numbers (1 context, 2 quit,
+    /// 3 contents, 4 help on help, 9 force file, 257 key, 261 partial key). False when it cannot.
+    virtual bool OpenHelp(std::int32_t window, TextView file, std::int32_t command, std::int32_t data) = 0;
 };
-
-/// The safe answer of a button set (style and 15).
-std::int16_t SafeAnswer(std::int32_t style);
-
-/// A button of the standard message box: its answer and its Dutch caption with "&" before the access key.
-struct MessageButton
-{
-    std::int16_t answer;
-    TextView caption;
-};
-
-/// The buttons of a style from left to right, and the position of its default button among them.
-std::span<const MessageButton> MessageButtons(std::int32_t style);
-std::size_t DefaultButton(std::int32_t style);
 
 }  // namespace vmlib

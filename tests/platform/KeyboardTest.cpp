@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "platform/posix/PosixDesktop.h"
+#include "platform/Platform.h"
 
 namespace vmlib {
 namespace {
@@ -60,7 +60,7 @@ protected:
 
     pid_t process_ = 0;
     std::optional<Background> server_;
-    posix::PosixDesktop desktop_;
+    Desktop& desktop_ = NativePlatform().desktop;
 };
 
 TEST_F(KeyboardTest, TypedTextReachesTheWindowWithTheFocus)

@@ -95,7 +95,7 @@ TEST(DesktopTest, SafeAnswersChangeNothing)
     const std::int16_t expected[] = {1, 2, 3, 2, 7, 2};
     const Variable none("VMLIB_DESKTOP", "none");
     for (std::int32_t set = 0; set < 6; ++set) {
-        EXPECT_EQ(SafeAnswer(set | 32 | 256), expected[set]);
+        EXPECT_EQ(StandardMessage(u"", set | 32 | 256, u"").safeAnswer, expected[set]);
         testing::internal::CaptureStderr();
         EXPECT_EQ(NativePlatform().desktop.MessageBox(u"Een vraag", set, u"Titel"), expected[set]);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "Titel: Een vraag\n");
@@ -126,9 +126,9 @@ TEST(DesktopTest, AsksAtTheTerminalUntilTheAnswerFits)
 
 TEST(DesktopTest, TerminalShowsAccessKeysAndNoControlCharacters)
 {
-    EXPECT_EQ(posix::QuestionText(u"Weet u het\r\nzeker \u001b[2J?", 3 | 256, u"Vraag"),
+    EXPECT_EQ(posix::QuestionText(StandardMessage(u"Weet u het\r\nzeker \u001b[2J?", 3 | 256, u"Vraag")),
               "Vraag\nWeet u het\nzeker  [2J?\n[J]a  [N]ee*  [A]nnuleren: ");
-    EXPECT_EQ(posix::QuestionText(u"Klaar", 0, u""), "Klaar\n[O]K: ");
+    EXPECT_EQ(posix::QuestionText(StandardMessage(u"Klaar", 0, u"")), "Klaar\n[O]K: ");
 }
 
 TEST(DesktopTest, TypedAnswersAreKeysCaptionsNumbersOrTheDefault)
@@ -156,7 +156,8 @@ TEST(DesktopTest, TypedAnswersAreKeysCaptionsNumbersOrTheDefault)
         {u"A", 2, 3},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(posix::AnswerOf(c.typed, c.style), c.answer) << ToUtf8(c.typed) << " of " << c.style;
+        EXPECT_EQ(posix::AnswerOf(c.typed, StandardMessage(u"", c.style, u"")), c.answer)
+            << ToUtf8(c.typed) << " of " << c.style;
 }
 
 }  // namespace

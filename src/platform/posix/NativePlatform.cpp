@@ -27,9 +27,9 @@ struct PosixPlatform
 
     posix::PosixFiles files;
     posix::PosixSystem system{files};
-    posix::PosixDesktop desktop;
-    posix::PosixRegistry registry{posix::RegistryPaths::OfEnvironment()};
     posix::PosixProcesses processes{files};
+    posix::PosixDesktop desktop{files, processes};
+    posix::PosixRegistry registry{posix::RegistryPaths::OfEnvironment()};
     Platform ports{files, system, desktop, registry, processes};
 };
 

@@ -1,103 +1,71 @@
 #include "platform/posix/PosixDesktop.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/posix/Descriptor.h"
+#include "platform/StandardBox.h"
+#include "platform/posix/HelpViewer.h"
 #include "platform/posix/TerminalQuestion.h"
+#include "platform/posix/WindowProcess.h"
 #include "platform/posix/X11Keyboard.h"
 
 namespace vmlib::posix {
 
 namespace {
 
-struct Terminal
-{
-    Descriptor own;  // closed afterwards; standard streams are not
-    int input = -1;
-    int output = -1;
-};
-
-bool MayAsk()
+/// True when VMLIB_DESKTOP leaves this way open: it names it, or nothing that is known.
+bool MayUse(std::string_view way)
 {
     const char* value = std::getenv("VMLIB_DESKTOP");
-    return !value || std::string_view(value) != "none";
+    const std::string_view chosen = value ? value : "";
+    const bool isKnown = chosen == "window" || chosen == "terminal" || chosen == "none";
+    return !isKnown || chosen == way;
 }
 
-/// True when there may be a desktop whose keyboard can be asked.
-bool HasKeyboard()
+/// True when there may be a desktop with a screen and a keyboard.
+bool HasScreen()
 {
-    const char* choice = std::getenv("VMLIB_DESKTOP");
-    const std::string_view chosen = choice ? choice : "";
     const char* display = std::getenv("DISPLAY");
-    return display && *display && chosen != "terminal" && chosen != "none";
-}
-
-/// The terminal of the process, if it is in its foreground: reading from the background would stop the process.
-Terminal FindTerminal()
-{
-    Terminal terminal;
-    terminal.own = Descriptor(::open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY));
-    if (terminal.own)
-        terminal.input = terminal.output = terminal.own.Number();
-    else if (::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO))
-        terminal.input = STDIN_FILENO, terminal.output = STDERR_FILENO;
-    if (terminal.input >= 0 && ::tcgetpgrp(terminal.input) != ::getpgrp()) terminal.input = -1;
-    return terminal;
-}
-
-void Print(int output, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t written = ::write(output, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
-
-/// No value at the end of the input.
-std::optional<std::string> ReadLine(int input)
-{
-    std::string line;
-    for (char c;;) {
-        const ssize_t count = ::read(input, &c, 1);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) return std::nullopt;
-        if (c == '\n') return line;
-        line += c;
-    }
+    return display && *display && MayUse("window");
 }
 
 }  // namespace
 
 std::int16_t PosixDesktop::MessageBox(TextView text, std::int32_t style, TextView title)
 {
-    const Terminal terminal = MayAsk() ? FindTerminal() : Terminal{};
-    if (terminal.input < 0) {
-        Print(STDERR_FILENO, ForTerminal(title.empty() ? Text(text) : Text(title).append(u": ").append(text)) + "\n");
-        return SafeAnswer(style);
-    }
-    for (;;) {
-        Print(terminal.output, QuestionText(text, style, title));
-        const auto line = ReadLine(terminal.input);
-        if (!line) return SafeAnswer(style);
-        if (const auto answer = AnswerOf(FromUtf8(*line), style)) return *answer;
-    }
+    const Message message = StandardMessage(text, style, title);
+    return static_cast<std::int16_t>(
+        ShowForm(message, [&message](Measures& measures) { return LayOutStandardBox(message, measures); }));
+}
+
+std::int32_t PosixDesktop::ShowForm(const Message& message, const Layouter& layOut)
+{
+    if (HasScreen())
+        if (const auto answer = ShowInWindow(layOut)) return *answer;
+    if (MayUse("terminal"))
+        if (const auto answer = AskAtTerminal(message)) return *answer;
+    PrintMessage(message);
+    return message.safeAnswer;
 }
 
 std::int16_t PosixDesktop::KeyState(std::int16_t key)
 {
-    return HasKeyboard() ? X11KeyState(key) : std::int16_t{0};
+    return HasScreen() ? X11KeyState(key) : std::int16_t{0};
 }
 
 void PosixDesktop::SendKeys(TextView text)
 {
-    if (HasKeyboard()) X11TypeText(text);
+    if (HasScreen()) X11TypeText(text);
+}
+
+std::optional<TwipsPoint> PosixDesktop::ScreenTwips()
+{
+    return HasScreen() ? AskScreenTwips() : std::nullopt;
+}
+
+bool PosixDesktop::OpenHelp(std::int32_t, TextView file, std::int32_t command, std::int32_t)
+{
+    return HasScreen() && ShowHelp(files_, processes_, file, command);
 }
 
 }  // namespace vmlib::posix
