@@ -43,7 +43,25 @@ const MemberTable& AlgemeneLibrary::Members()
             .Method<&Self::GetVersie>(u"VmdLib_GetVersie", {u"Prog"})
             .Method<&Self::SyncShell>(u"SyncShell", {u"PathName", u"WindowStyle"})
             .Method<&Self::GetInsert>(u"VmdLib_GetInsert")
-            .Method<&Self::Field>(u"fld", {u"sIn"});
+            .Method<&Self::Field>(u"fld", {u"sIn"})
+            .Method<&Self::LoadResString>(u"VmdLib_LoadResString", {u"Id"})
+            .Method<&Self::LoadResStrings>(u"LoadResStrings", {u"frm"})
+            .Method<&Self::ComboBreedte>(u"ComboBreedte", {u"Form", u"Ctrl", u"Breedte"})
+            .Method<&Self::ComboHoogte>(u"ComboHoogte", {u"Form", u"Ctrl", u"AantalRegels"})
+            .Method<&Self::SizeCombo>(u"SizeCombo", {u"rForm", u"rCbo"})
+            .Method<&Self::Centreer>(u"VmdLib_Centreer", {u"frmSource"})
+            .Method<&Self::Centreer2>(u"VmdLib_Centreer2", {u"Owner", u"frmSource"})
+            .Method<&Self::PadNaamInkorten>(u"VmdLib_PadNaamInkorten", {u"frm", u"sPad", u"nBreedte"})
+            .Method<&Self::PrintAPI_TextWidth>(u"PrintAPI_TextWidth", {u"hDC", u"s"})
+            .Method<&Self::ZetOwner>(u"ZetOwner", {u"Project"})
+            .Method<&Self::Help>(u"Help", {u"hWnd", u"sHelpBestand", u"lContext"})
+            .Method<&Self::HelpForceFile>(u"HelpForceFile", {u"hWnd", u"sHelpFile"})
+            .Method<&Self::HelpGet>(u"HelpGet", {u"hWnd", u"sHelpBestand", u"lCmd", u"lContext"})
+            .Method<&Self::HelpKey>(u"HelpKey", {u"hWnd", u"sHelpBestand", u"sContext"})
+            .Method<&Self::HelpQuit>(u"HelpQuit", {u"hWnd", u"sHelpBestand"})
+            .Method<&Self::HelpSearch>(u"HelpSearch", {u"hWnd", u"sHelpBestand"})
+            .Method<&Self::HelpOnderwerpen>(u"HelpOnderwerpen", {u"sHelpBestand"})
+            .Method<&Self::HelpOnHelp>(u"HelpOnHelp", {u"hWnd", u"sHelpBestand"});
     return table;
 }
 

@@ -49,6 +49,28 @@ private:
     bool GetInsert();
     Text Field(Text& sIn);
 
+    // Texts, forms and help: AlgemeneLibraryForms.cpp.
+    Text LoadResString(Variant& Id);
+    void LoadResStrings(ObjectRef& frm);
+
+    void ComboBreedte(ObjectRef& Form, ObjectRef& Ctrl, std::int32_t Breedte);
+    void ComboHoogte(ObjectRef& Form, ObjectRef& Ctrl, std::int16_t& AantalRegels);
+    void SizeCombo(ObjectRef& rForm, ObjectRef& rCbo);
+    void Centreer(ObjectRef& frmSource);
+    void Centreer2(ObjectRef& Owner, ObjectRef& frmSource);
+    void PadNaamInkorten(ObjectRef& frm, Text& sPad, std::int16_t& nBreedte);
+    std::int16_t PrintAPI_TextWidth(std::int16_t& hDC, Text& s);
+    void ZetOwner(ObjectRef& Project);
+
+    void Help(std::int32_t& hWnd, Text& sHelpBestand, std::int32_t& lContext);
+    void HelpForceFile(std::int32_t& hWnd, Text& sHelpFile);
+    void HelpGet(std::int32_t& hWnd, Text& sHelpBestand, std::int32_t& lCmd, std::int32_t& lContext);
+    void HelpKey(std::int32_t& hWnd, Text& sHelpBestand, Text& sContext);
+    void HelpQuit(std::int32_t& hWnd, Text& sHelpBestand);
+    void HelpSearch(std::int32_t& hWnd, Text& sHelpBestand);
+    void HelpOnderwerpen(Text& sHelpBestand);
+    void HelpOnHelp(std::int32_t& hWnd, Text& sHelpBestand);
+
     Platform& platform_;
 };
 

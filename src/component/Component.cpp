@@ -3,6 +3,7 @@
 #include "automation/Locale.h"
 #include "component/AlgemeneLibrary.h"
 #include "component/Mbf.h"
+#include "component/Melding.h"
 #include "component/Registry.h"
 #include "component/VmdDbLibRoutines.h"
 
@@ -30,6 +31,7 @@ void RegisterClasses(ClassRegistry& classes, Platform& platform, const std::opti
     });
     RegisterClass<AlgemeneLibrary>(classes, [&platform] { return std::make_shared<AlgemeneLibrary>(platform); });
     RegisterClass<Registry>(classes, [&platform] { return std::make_shared<Registry>(platform.registry); });
+    RegisterClass<Melding>(classes, [&platform] { return std::make_shared<Melding>(platform); });
     RegisterClass<Mbf>(classes, [&platform] { return std::make_shared<Mbf>(platform); });
     platform.registry.Provide(currentUser, u"Control Panel\\International", u"sDecimal",
                               [] { return Text(1, Locale::User().decimalSeparator); });

@@ -7,7 +7,7 @@
 
 namespace vmlib {
 
-/// Registers the library's classes ("VmdDbLibRoutines", "AlgemeneLibrary", "Registry", "MBF"), each also as
+/// Registers the library's classes ("VmdDbLibRoutines", "Melding", "AlgemeneLibrary", "Registry", "MBF"), each also as
 /// "VMLib.<Class>". The engine object of the document layer is created from the same registry on first use and shared by
 /// all objects made here.
 /// @param classes   outlives the objects

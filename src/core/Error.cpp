@@ -6,6 +6,7 @@ namespace vmlib {
 namespace {
 
 constexpr TextView unknownNumber = u"Application-defined or object-defined error";
+constexpr std::int32_t firstEngineError = 3001, lastNumber = 65535;
 
 // One pass, so that a "%1" inside an argument stays what it is. A place without an argument becomes nothing.
 Text Filled(TextView pattern, std::initializer_list<Text> arguments)
@@ -42,6 +43,13 @@ Text ErrorText(std::int32_t number)
     if (number == 0) return {};
     const TextView text = ErrorTemplate(number);
     return Text(text.empty() ? unknownNumber : text);
+}
+
+Text RuntimeErrorText(std::int32_t number)
+{
+    if (number < 0) throw Error(ErrorNumber::InvalidCall);
+    if (number > lastNumber) throw Error(ErrorNumber::Overflow);
+    return number < firstEngineError ? ErrorText(number) : Text(unknownNumber);
 }
 
 }  // namespace vmlib

@@ -43,4 +43,9 @@ private:
 /// "" for 0, "Application-defined or object-defined error" for any other number.
 Text ErrorText(std::int32_t number);
 
+/// What the run-time library alone knows of a number: it has no texts of the engine's errors, and says "Application-
+/// defined or object-defined error" for them as for every number without a text; "" for 0.
+/// @throws Error 5 for a negative number, 6 for one over 65535
+Text RuntimeErrorText(std::int32_t number);
+
 }  // namespace vmlib

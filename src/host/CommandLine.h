@@ -56,5 +56,6 @@ void AddCheckCommand(CommandLine& line);
 void AddLayoutCommands(CommandLine& line);
 void AddClassCommands(CommandLine& line);  // call, rpc
 void AddSettingsCommand(CommandLine& line);
+void AddMessageCommands(CommandLine& line);  // text, message
 
 }  // namespace vmlib::host

@@ -23,6 +23,7 @@ int main(int count, char** words)
         AddCheckCommand(line);
         AddClassCommands(line);
         AddSettingsCommand(line);
+        AddMessageCommands(line);
         return line.Run({words + 1, words + count});
     } catch (const std::exception& error) {
         std::cerr << "error 51: " << error.what() << "\n";

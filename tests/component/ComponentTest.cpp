@@ -1,6 +1,7 @@
 #include "component/AlgemeneLibrary.h"
 #include "component/Component.h"
 #include "component/Mbf.h"
+#include "component/Melding.h"
 #include "component/Registry.h"
 #include "component/VmdDbLibRoutines.h"
 #include "db/DocumentFixture.h"
@@ -101,7 +102,26 @@ TEST(MemberTables, AreWhatHostsWereWrittenFor)
             "ReturnStr String, NUMERIC Integer, IniFileName String) ",
             "VmdLib_BepaalOS(bWinNt Boolean, bWin95 Boolean) ", "VmdLib_GetVersie(Prog Object) String",
             "SyncShell(ByVal PathName String, WindowStyle Integer) Long", "VmdLib_GetInsert() Boolean",
-            "fld(sIn String) String"));
+            "fld(sIn String) String", "VmdLib_LoadResString(Id Variant) String", "LoadResStrings(frm Object) ",
+            "ComboBreedte(Form Object, Ctrl Object, ByVal Breedte Long) ",
+            "ComboHoogte(Form Object, Ctrl Object, AantalRegels Integer) ", "SizeCombo(rForm Object, rCbo Object) ",
+            "VmdLib_Centreer(frmSource Object) ", "VmdLib_Centreer2(Owner Object, frmSource Object) ",
+            "VmdLib_PadNaamInkorten(frm Object, sPad String, nBreedte Integer) ",
+            "PrintAPI_TextWidth(hDC Integer, s String) Integer", "ZetOwner(Project Object) ",
+            "Help(hWnd Long, sHelpBestand String, lContext Long) ", "HelpForceFile(hWnd Long, sHelpFile String) ",
+            "HelpGet(hWnd Long, sHelpBestand String, lCmd Long, lContext Long) ",
+            "HelpKey(hWnd Long, sHelpBestand String, sContext String) ", "HelpQuit(hWnd Long, sHelpBestand String) ",
+            "HelpSearch(hWnd Long, sHelpBestand String) ", "HelpOnderwerpen(sHelpBestand String) ",
+            "HelpOnHelp(hWnd Long, sHelpBestand String) "));
+    EXPECT_THAT(
+        Signatures(Melding::Members()),
+        testing::UnorderedElementsAre(
+            "VmdBox(sTekst String, nMeldType Integer, sTitel String) Variant",
+            "VmdBox2(sTekst String, nMeldType Integer, sTitel String, sButton0 String, sButton1 String, sButton2 "
+            "String) Variant",
+            "OngeldigeWaarde(sMelding String, dMinimumValue Double, dMaximumValue Double) ",
+            "OngeldigPercentage(sMelding String, dMinimumValue Double, dMaximumValue Double) ",
+            "VmdAfHandel2(sFout String, sControl String, nRes Integer, vFoutnummer Variant) "));
     EXPECT_THAT(
         Signatures(Registry::Members()),
         testing::UnorderedElementsAre(

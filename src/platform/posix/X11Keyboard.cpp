@@ -1,17 +1,12 @@
 #include "platform/posix/X11Keyboard.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
-#include <csignal>
 #include <optional>
 #include <vector>
 
-#include "platform/posix/Descriptor.h"
+#include "platform/posix/ChildWork.h"
 #include "platform/posix/X11Library.h"
 
 namespace vmlib::posix {
@@ -21,7 +16,6 @@ namespace {
 using x11::KeyCode;
 using x11::KeySym;
 
-constexpr int patience = 2000;  // milliseconds for a desktop to answer
 constexpr KeySym enter = 0xFF0D, tab = 0xFF09, leftShift = 0xFFE1, rightShift = 0xFFE2;
 
 // Key codes of the platform and the symbols of their keys.
@@ -160,54 +154,22 @@ private:
     x11::KeyboardState state_{};
 };
 
-/// The child's half: the result goes through the pipe; nothing of the host's is cleaned up or flushed here.
+/// No value without a desktop.
 template <class Work>
-[[noreturn]] void WorkAndLeave(int output, Work work)
+std::optional<std::int16_t> InChild(const Work& work)
 {
-    std::signal(SIGALRM, SIG_DFL);
-    std::signal(SIGPIPE, SIG_IGN);
-    sigset_t none;
-    sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    ::alarm(2 * patience / 1000);                                  // should the parent be gone
-    output = ::fcntl(output, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);  // the host may have had its streams closed
-    // What Xlib prints about a missing server is nobody's business.
-    const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::dup2(nowhere, stream);
-    Keyboard keyboard;
-    const std::int16_t result = keyboard.Open() ? work(keyboard) : std::int16_t{0};
-    const ssize_t written = ::write(output, &result, sizeof result);
-    ::_exit(written == sizeof result ? 0 : 1);
-}
-
-template <class Work>
-std::int16_t InChild(Work work)
-{
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) return 0;
-    const Descriptor input(ends[0]);
-    Descriptor output(ends[1]);
-    const pid_t child = ::fork();
-    if (child < 0) return 0;
-    if (child == 0) WorkAndLeave(output.Number(), work);
-    output = Descriptor();  // so that the child's end is seen
-
-    pollfd waiting = {input.Number(), POLLIN, 0};
-    int ready;
-    do ready = ::poll(&waiting, 1, patience);
-    while (ready < 0 && errno == EINTR);
-    if (ready <= 0) ::kill(child, SIGKILL);
-    std::int16_t result = 0;
-    if (ready <= 0 || ::read(input.Number(), &result, sizeof result) != sizeof result) result = 0;
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) continue;
-    return result;
+    return ResultOfChild([&work]() -> std::optional<std::int16_t> {
+        Keyboard keyboard;
+        if (!keyboard.Open()) return std::nullopt;
+        return work(keyboard);
+    });
 }
 
 }  // namespace
 
 std::int16_t X11KeyState(std::int16_t key)
 {
-    return InChild([key](Keyboard& keyboard) { return keyboard.StateOf(key); });
+    return InChild([key](Keyboard& keyboard) { return keyboard.StateOf(key); }).value_or(std::int16_t{0});
 }
 
 void X11TypeText(TextView text)

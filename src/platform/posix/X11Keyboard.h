@@ -5,8 +5,7 @@
 #include "core/Text.h"
 
 // The keyboard of the X11 desktop that DISPLAY names. Xlib and the XTest extension are loaded when they are needed, so
-// that nothing here links to a graphics library. Each call works in a child process with a time limit: Xlib ends its
-// process when the server goes away, and waits without end for one that does not answer.
+// that nothing here links to a graphics library. Each call works in a child process with a time limit.
 namespace vmlib::posix {
 
 /// State of a key by the platform's key code: bit 15 held down; bit 0 on, for a key that the keyboard maps to a locking

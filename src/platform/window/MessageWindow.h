@@ -1,0 +1,53 @@
+#pragma once
+
+#include <FL/Fl_Double_Window.H>
+
+#include <optional>
+#include <vector>
+
+#include "platform/FormLayout.h"
+#include "platform/window/Lettering.h"
+#include "platform/window/MessageIcons.h"
+
+namespace vmlib::window {
+
+/// A form on the screen: draws a layout, and makes an answer of keys, clicks and Close.
+class MessageWindow : public Fl_Double_Window
+{
+public:
+    /// @param layout  not larger than the screen
+    /// @param place   of its outer edges, in pixels
+    /// @param dpi     pixels of an inch, for the size of the letters
+    MessageWindow(FormLayout layout, Point place, int dpi);
+
+    /// Shows it until it is answered; no value when the screen's owner takes it away.
+    std::optional<std::int32_t> Ask();
+
+private:
+    void draw() override;
+    int handle(int event) override;
+
+    void DrawText();
+    void DrawButton(std::size_t index);
+    void DrawCaption(TextView caption, const Rectangle& place);
+
+    bool TakeKey();
+    bool PressByKey(TextView typed, bool withAlt);
+    void MoveFocus(bool forward);
+    bool TakeMouse(int event);
+    std::optional<std::size_t> ButtonUnderMouse() const;
+    void Press(std::size_t index) { answer_ = layout_.buttons[index].answer; }
+    void Close();
+
+    FormLayout layout_;
+    Lettering lettering_;
+    std::vector<TextView> lines_;
+    IconPixels icon_;
+    std::size_t focus_;
+    std::optional<std::size_t> held_;  // where the mouse button went down
+    std::optional<std::size_t> hovered_;
+    std::optional<std::int32_t> answer_;
+    bool hasAppeared_ = false;
+};
+
+}  // namespace vmlib::window

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <future>
+#include <optional>
+#include <string>
+
+#include "platform/posix/WindowProcess.h"
+#include "support/TemporaryFolder.h"
+
+namespace vmlib::test {
+
+/// A screen of 1024 by 768 pixels without a window manager, and letters with Tahoma's measures. A form is shown from a
+/// thread, and driven from outside as a person would.
+class ScreenTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        for (const char* program : {"Xvfb", "xdotool", "xprop"})
+            if (std::system((std::string("command -v >/dev/null ") + program).c_str()) != 0)
+                GTEST_SKIP() << program << " is not installed";
+        const std::string fonts = "/usr/share/wine/fonts";
+        if (!std::filesystem::exists(fonts + "/tahoma.ttf")) GTEST_SKIP() << "fonts-wine is not installed";
+        folder_.Write("fonts.conf", "<fontconfig><dir>" + fonts + "</dir><cachedir>" +
+                                        folder_.Native("cache").string() + "</cachedir></fontconfig>");
+        ::setenv("FONTCONFIG_FILE", folder_.Native("fonts.conf").c_str(), 1);
+        ::unsetenv("VMLIB_DESKTOP");
+        server_ = ::popen(
+            "exec sh -c 'echo $$; exec Xvfb -displayfd 1 -screen 0 1024x768x24 -noreset -nolisten tcp' "
+            "2>/dev/null",
+            "re");
+        process_ = std::atoi(Line(server_).c_str());
+        const std::string display = Line(server_);
+        if (display.empty()) GTEST_SKIP() << "Xvfb does not start here";
+        ::setenv("DISPLAY", (":" + std::to_string(std::atoi(display.c_str()))).c_str(), 1);
+    }
+
+    void TearDown() override
+    {
+        KillServer();
+        if (server_) ::pclose(server_);
+        EXPECT_LE(::waitpid(-1, nullptr, WNOHANG), 0) << "a child is left";
+        ::unsetenv("DISPLAY");
+        ::unsetenv("FONTCONFIG_FILE");
+    }
+
+    void KillServer()
+    {
+        if (process_ > 0) ::kill(std::exchange(process_, 0), SIGKILL);
+    }
+
+    static std::string Line(FILE* stream)
+    {
+        std::string line;
+        for (int c; stream && (c = std::fgetc(stream)) != EOF && c != '\n';) line += static_cast<char>(c);
+        return line;
+    }
+
+    /// What a command prints, without the line end.
+    static std::string Printed(const std::string& command)
+    {
+        FILE* const stream = ::popen((command + " 2>/dev/null").c_str(), "re");
+        std::string text = Line(stream);
+        for (std::string more; !(more = Line(stream)).empty();) text += " " + more;
+        ::pclose(stream);
+        return text;
+    }
+
+    static bool WaitUntil(const std::function<bool()>& condition, int seconds = 20)
+    {
+        for (int i = 0; i < seconds * 50 && !condition(); ++i) ::usleep(20000);
+        return condition();
+    }
+
+    static std::string VisibleWindow() { return Printed("xdotool search --onlyvisible --class VMLib"); }
+
+    /// Its number, as soon as it has the keyboard.
+    static std::string WaitForWindow()
+    {
+        std::string window;
+        EXPECT_TRUE(WaitUntil([&window] {
+            window = VisibleWindow();
+            return !window.empty() && Printed("xdotool getwindowfocus") == window;
+        })) << "no window with the keyboard";
+        return window;
+    }
+
+    using Deeds = std::function<void(const std::string& window)>;
+    static Deeds Tool(const std::string& commands)
+    {
+        return [commands](const std::string&) { EXPECT_EQ(std::system(("xdotool " + commands).c_str()), 0); };
+    }
+
+    /// Shows a form, does something to it, and returns the answer.
+    std::optional<std::int32_t> AnswerOf(const Desktop::Layouter& layOut, const Deeds& deeds)
+    {
+        auto answer = std::async(std::launch::async, [&layOut] { return posix::ShowInWindow(layOut); });
+        deeds(WaitForWindow());
+        if (answer.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+            ADD_FAILURE() << "the form stays";
+            KillServer();
+        }
+        return answer.get();
+    }
+
+    TemporaryFolder folder_;
+    FILE* server_ = nullptr;
+    pid_t process_ = 0;
+};
+
+}  // namespace vmlib::test

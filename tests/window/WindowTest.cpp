@@ -1,0 +1,231 @@
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <thread>
+
+#include "platform/Platform.h"
+#include "platform/StandardBox.h"
+#include "window/ScreenClient.h"
+#include "window/ScreenFixture.h"
+
+namespace vmlib::test {
+namespace {
+
+/// Three buttons in a window of 300 by 100 pixels, 100 pixels from the left and 50 from the top of the screen.
+FormLayout Form()
+{
+    FormLayout form;
+    form.caption = u"Vraag";
+    form.client = {300, 100};
+    form.place = {1500, 750};
+    form.font = {u"Tahoma", 8};
+    form.text = u"Wijzigingen opslaan?";
+    form.textPlace = {56, 16, 288, 29};
+    form.icon = MessageIcon::Question;
+    form.iconPlace = {12, 12};
+    form.buttons = {{{12, 60, 92, 83}, u"&Ja", 6},
+                    {{100, 60, 180, 83}, u"&Nee", 7},
+                    {{188, 60, 268, 83}, u"&\u00C9\u00E9n && @", 2}};
+    return form;
+}
+
+using WindowTest = ScreenTest;
+
+TEST_F(WindowTest, KeysAndClicksPressButtons)
+{
+    const struct
+    {
+        const char* deeds;  // of xdotool
+        std::int32_t answer;
+        std::size_t focus = 0;
+        std::optional<std::size_t> cancel = std::nullopt;
+    } cases[] = {
+        {"key n", 7},
+        {"key shift+n", 7},
+        {"key alt+n", 7},
+        {"key eacute Return", 6},  // not from 0 to z, so only with Alt
+        {"key alt+eacute", 2},
+        {"key x ctrl+n Return", 6},
+        {"key Return", 7, 1},
+        {"key KP_Enter", 2, 2},
+        {"key space", 7, 1},
+        {"key Tab Tab Return", 2},
+        {"key shift+Tab Return", 2},
+        {"key Right Down Left Return", 7},
+        {"key Escape", 2, 0, 2},
+        {"key Escape n", 7},
+        {"mousemove 250 120 click 1", 7},
+        {"mousemove 250 120 mousedown 1 mousemove 150 120 mouseup 1 key Return", 7},  // off the button: only the focus
+    };
+    for (const auto& c : cases) {
+        FormLayout form = Form();
+        form.focus = c.focus;
+        form.cancel = c.cancel;
+        EXPECT_EQ(AnswerOf([&form](Measures&) { return form; }, Tool(c.deeds)), c.answer) << c.deeds;
+    }
+}
+
+TEST_F(WindowTest, CloseAnswersWhereTheFormHasIt)
+{
+    std::string hints;
+    const auto answer = [&](bool canClose, const Deeds& deeds) {
+        return AnswerOf(
+            [canClose](Measures&) {
+                FormLayout form = Form();
+                form.canClose = canClose;
+                form.closeAnswer = 9;
+                return form;
+            },
+            [&](const std::string& window) {
+                hints =
+                    Printed("xprop -id " + window + " _MOTIF_WM_HINTS WM_NAME WM_TRANSIENT_FOR _NET_WM_WINDOW_TYPE");
+                deeds(window);
+            });
+    };
+    EXPECT_EQ(answer(true, SendClose), 9);
+    EXPECT_THAT(hints, testing::HasSubstr("= 0x3, 0x24,"));  // functions: move, close
+    EXPECT_THAT(hints, testing::HasSubstr("\"Vraag\""));
+    EXPECT_THAT(hints, testing::HasSubstr("_NET_WM_WINDOW_TYPE_DIALOG"));
+    const auto closeAndAnswer = [](const std::string& window) {
+        SendClose(window);
+        Tool("sleep 0.2 key j")(window);
+    };
+    EXPECT_EQ(answer(false, closeAndAnswer), 6);
+    EXPECT_THAT(hints, testing::HasSubstr("= 0x3, 0x4,"));
+}
+
+TEST_F(WindowTest, MeasuresAreTahomasAtTheScreensResolution)
+{
+    EXPECT_EQ(posix::AskScreenTwips(), (TwipsPoint{15360, 11520}));
+    const auto measured = [this] {
+        const auto file = folder_.Native("measures");
+        const auto answer = posix::ShowInWindow([&file](Measures& measures) -> FormLayout {
+            std::ofstream out(file);
+            const Font plain = measures.MessageFont();
+            Font bold = plain;
+            bold.bold = true;
+            const auto print = [&out](Size size) { out << size.width << "x" << size.height << " "; };
+            print(measures.LineSize(u"Cancel", plain));
+            print(measures.LineSize(u"Cancel", bold));
+            print(measures.LineSize(u"Cancel", {u"No such face", 8}));
+            print(measures.TextSize(u"", plain, std::nullopt));
+            print(measures.TextSize(u"Cancel\r\n\r\nOK", plain, std::nullopt));
+            const Size letters = measures.LineSize(u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz", plain);
+            out << (letters.width / 26 + 1) / 2;  // the horizontal unit of a dialog
+            const auto width = [&](TextView text) { return measures.LineSize(text, plain).width; };
+            EXPECT_EQ(width(u"a\tb\u0001"), width(u"a b"));
+            EXPECT_EQ(width(Text(100000, u'W')), 100000 * width(u"W"));
+            out << (testing::Test::HasFailure() ? " failed" : "");
+            out.close();
+            throw 1;  // an error there is no answer here
+        });
+        EXPECT_EQ(answer, std::nullopt);
+        return folder_.Read("measures");
+    };
+    EXPECT_THAT(measured(), testing::MatchesRegex("32x13 3[5-9]x13 [0-9]+x[0-9]+ 0x0 32x39 6"));
+    SetResources("Xft.dpi:\t192\n");
+    EXPECT_EQ(posix::AskScreenTwips(), (TwipsPoint{7680, 5760}));
+    EXPECT_THAT(measured(), testing::MatchesRegex("6[0-9]x25 .*"));  // 21 pixels: 2472 of 2048 units high
+}
+
+TEST_F(WindowTest, FormsLargerThanTheScreenKeepTheirButtonsInView)
+{
+    const Text lines = [] {
+        Text text;
+        for (int i = 0; i < 100000; ++i) text += u"regel\r\n";
+        return text;
+    }();
+    for (const Text& text : {Text(100000, u'W'), lines, Text(100000, u'\n'), Text(100000, u' ')}) {
+        const Message message = StandardMessage(text, 3 | 64, text);
+        const auto layOut = [&](Measures& measures) {
+            FormLayout form = LayOutStandardBox(message, measures);
+            for (auto& button : form.buttons) button.caption += Text(100000, u'x');
+            return form;
+        };
+        const auto start = std::chrono::steady_clock::now();
+        const auto clickSecond = [&start](const std::string& window) {
+            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+            const Rectangle place = PlaceOf(window);
+            EXPECT_GE(std::min(place.left, place.top), 0);
+            EXPECT_LE(place.right, 1024);
+            EXPECT_LE(place.bottom, 768);
+            Tool("mousemove " + std::to_string((place.left + place.right) / 2) + " " +
+                 std::to_string(place.bottom - 20) + " click 1")(window);
+        };
+        EXPECT_EQ(AnswerOf(layOut, clickSecond), 7);
+    }
+}
+
+TEST_F(WindowTest, AScreenThatGoesAwayGivesNoAnswer)
+{
+    const auto form = [](Measures&) { return Form(); };
+    EXPECT_EQ(AnswerOf(form, [this](const std::string&) { KillServer(); }), std::nullopt);
+    EXPECT_EQ(posix::ShowInWindow(form), std::nullopt);
+    EXPECT_EQ(posix::AskScreenTwips(), std::nullopt);
+    ::setenv("VMLIB_DESKTOP", "window", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(NativePlatform().desktop.MessageBox(u"Doorgaan?", 4, u"Vraag"), 7);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Vraag: Doorgaan?\n");
+    ::unsetenv("VMLIB_DESKTOP");
+}
+
+TEST_F(WindowTest, AScreenThatIsSilentIsGivenUp)
+{
+    ::kill(process_, SIGSTOP);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(posix::ShowInWindow([](Measures&) { return Form(); }), std::nullopt);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST_F(WindowTest, TheWindowHoldsNoFileOfTheHost)
+{
+    const std::string path = folder_.Native("document").string();
+    const auto lock = [&path] {
+        const int file = ::open(path.c_str(), O_RDWR | O_CREAT, 0600);
+        EXPECT_EQ(::flock(file, LOCK_EX | LOCK_NB), 0) << "locked";
+        return file;
+    };
+    int file = lock();
+    const auto closeAndLock = [&](const std::string& window) {
+        ::close(file);
+        file = lock();
+        Tool("key n")(window);
+    };
+    EXPECT_EQ(AnswerOf([](Measures&) { return Form(); }, closeAndLock), 7);
+    ::close(file);
+}
+
+TEST_F(WindowTest, WaitingOutlivesSignals)
+{
+    struct sigaction action
+    {
+    }, before;
+    action.sa_handler = [](int) {};  // without SA_RESTART: calls are interrupted
+    ::sigaction(SIGUSR1, &action, &before);
+    std::optional<std::int32_t> answer;
+    std::thread host([&answer] { answer = posix::ShowInWindow([](Measures&) { return Form(); }); });
+    const std::string window = WaitForWindow();
+    for (int i = 0; i < 20; ++i) ::pthread_kill(host.native_handle(), SIGUSR1), ::usleep(5000);
+    Tool("key n")(window);
+    host.join();
+    EXPECT_EQ(answer, 7);
+    ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_F(WindowTest, TheWindowGoesWithItsHost)
+{
+    const pid_t host = ::fork();
+    if (host == 0) {
+        posix::ShowInWindow([](Measures&) { return Form(); });
+        ::_exit(0);
+    }
+    WaitForWindow();
+    ::kill(host, SIGKILL);
+    ::waitpid(host, nullptr, 0);
+    EXPECT_TRUE(WaitUntil([] { return VisibleWindow().empty(); }));
+}
+
+}  // namespace
+}  // namespace vmlib::test
