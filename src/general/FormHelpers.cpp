@@ -96,12 +96,23 @@ struct Axis
 constexpr Axis vertical{u"Top", u"Height", &TwipsPoint::y};
 constexpr Axis horizontal{u"Left", u"Width", &TwipsPoint::x};
 
-/// Twips along an axis. @throws Error where there is no screen, so that a step that needs it is skipped
-Variant ScreenExtent(Desktop& desktop, const Axis& axis)
+/// The screen, asked for once an operation: the answer may come from another process.
+class Screen
 {
-    const auto screen = desktop.ScreenTwips();
-    return screen ? (*screen).*axis.screen : throw Error(ErrorNumber::ObjectNotSet);
-}
+public:
+    explicit Screen(Desktop& desktop)
+    {
+        ResumeNext([&] { size_ = desktop.ScreenTwips(); });
+    }
+    /// Twips along an axis. @throws Error where there is no screen, so that a step that needs it is skipped
+    Variant Extent(const Axis& axis) const
+    {
+        return size_ ? (*size_).*axis.screen : throw Error(ErrorNumber::ObjectNotSet);
+    }
+
+private:
+    std::optional<TwipsPoint> size_;
+};
 
 }  // namespace
 
@@ -142,16 +153,17 @@ void SizeCombo(Platform& platform, const ObjectRef& rForm, const ObjectRef& rCbo
 
 void VmdLib_Centreer(Platform& platform, const ObjectRef& frmSource)
 {
+    const Screen screen(platform.desktop);
     for (const Axis& axis : {vertical, horizontal})
         ResumeNext([&] {
-            const Variant room = Subtract(ScreenExtent(platform.desktop, axis), Number(frmSource, axis.extent));
+            const Variant room = Subtract(screen.Extent(axis), Number(frmSource, axis.extent));
             Put(frmSource, axis.position, Divide(room, 2.0));
         });
 }
 
 void VmdLib_Centreer2(Platform& platform, const ObjectRef& Owner, const ObjectRef& frmSource)
 {
-    const auto screen = [&](const Axis& axis) { return ScreenExtent(platform.desktop, axis); };
+    const Screen screen(platform.desktop);
     for (const Axis& axis : {vertical, horizontal})
         ResumeNext([&] {
             const Variant room = Subtract(Number(Owner, axis.extent), Number(frmSource, axis.extent));
@@ -159,10 +171,11 @@ void VmdLib_Centreer2(Platform& platform, const ObjectRef& Owner, const ObjectRe
         });
     for (const Axis& axis : {vertical, horizontal}) {
         const bool endsOutside = HoldsOrFails([&] {
-            return IsMore(Add(Number(frmSource, axis.position), Number(frmSource, axis.extent)), screen(axis));
+            return IsMore(Add(Number(frmSource, axis.position), Number(frmSource, axis.extent)), screen.Extent(axis));
         });
         if (endsOutside)
-            ResumeNext([&] { Put(frmSource, axis.position, Subtract(screen(axis), Number(frmSource, axis.extent))); });
+            ResumeNext(
+                [&] { Put(frmSource, axis.position, Subtract(screen.Extent(axis), Number(frmSource, axis.extent))); });
     }
     for (const Axis& axis : {vertical, horizontal})
         if (HoldsOrFails([&] { return IsMore(0.0, Number(frmSource, axis.position)); }))

@@ -28,8 +28,9 @@ Text VmdLib_LoadResString(const Variant& Id);
 /// number. Which properties of which controls, their type name tells; the tooltip is every control's.
 ///
 /// - A column header of a list view is a number whether "@" stands before it or not: one with plain text becomes "".
-/// - A number that the table does not have, or that is none, gives "". One beyond the range of a double changes nothing.
-/// - What is missing, refuses or holds no text is skipped. On a tab control the first tab is selected afterwards.
+/// - A number that the table does not have, or text that is none, gives "". One that is too large for a double changes
+///   nothing.
+/// - What is missing, refuses, is Null or Nothing is skipped. On a tab control the first tab is selected afterwards.
 void LoadResStrings(const ObjectRef& frm);
 
 }  // namespace vmlib

@@ -151,8 +151,8 @@ TEST(LoadResStrings, FormsOfAllKinds)
 {
     const auto null = Make(u"Label", {{u"Caption", Null{}}}), last = Make(u"Label", {});
     for (const Variant& controls : {CollectionOf({null, last}), Variant(Array({null, last})),
-                                    Variant(Make(u"", {{u"Count", 2}, {u"Item0", null}, {u"Item1", last}})),
-                                    Variant(Make(u"", {{u"Count", 2000000000}, {u"Item2", last}}))}) {
+                                    Variant(Make(u"", {{u"Count", 2}, {u"Item1", null}, {u"Item2", last}})),
+                                    Variant(Make(u"", {{u"Count", 2000000000}, {u"Item0", last}}))}) {
         last->values[u"Caption"] = u"@10064";
         Load(controls);
         EXPECT_EQ(last->Show({u"Caption"}), "OK");
