@@ -1,6 +1,7 @@
 #include "component/VmdDbLibRoutines.h"
 
 #include "automation/ResumeNext.h"
+#include "db/BaseDatabase.h"
 #include "db/Building.h"
 #include "db/Conversion.h"
 #include "db/EngineAccess.h"
@@ -8,6 +9,7 @@
 #include "db/InUse.h"
 #include "db/LayoutCatalogue.h"
 #include "db/Opening.h"
+#include "db/Repairing.h"
 #include "db/Saving.h"
 
 namespace vmlib {
@@ -30,6 +32,15 @@ const MemberTable& VmdDbLibRoutines::Members()
             .Method<&Self::CheckTmp>(u"DBL_CheckTmp", {u"sFilenaam", u"sBestandType", u"sOrigineelBestand"})
             .Method<&Self::OpenDatabase>(u"DBL_OpenDatabase", {u"sFileIn", u"sFileUit", u"sBestandType", u"sLayoutNaam",
                                                                u"nStatus", u"nVersie", u"nLayoutVersie", u"nErrorCode"})
+            .Method<&Self::CheckBasisDatabase2>(u"DBL_CheckBasisDatabase2",
+                                                {u"sFileIn", u"sBestandType", u"sLayoutNaam", u"nGevraagdeRechten",
+                                                 u"nGeOpendRechten", u"nVersie", u"nLayoutVersie", u"nErrorCode"})
+            .Method<&Self::CheckBasisDatabase>(u"DBL_CheckBasisDatabase",
+                                               {u"sFileIn", u"sBestandType", u"sLayoutNaam", u"nGevraagdeRechten",
+                                                u"nGeOpendRechten", u"nVersie", u"nLayoutVersie", u"nErrorCode"})
+            .Method<&Self::OpenBasisDatabase>(u"DBL_OpenBasisDatabase",
+                                              {u"sFileIn", u"sFileUit", u"nRechten", u"datLayout"})
+            .Method<&Self::RepareerDataBase>(u"DBL_RepareerDataBase", {u"sFilenaam", u"nErrorCode"})
             .Method<&Self::OpslaanDatabase>(
                 u"DBL_OpslaanDatabase", {u"sBronNaam", u"sDoelNaam", u"sLayoutBestand", u"sBestandType", u"nErrorCode"})
             .Method<&Self::GetVersieNummer>(u"DBL_GetVersieNummer", {u"sFileType", u"sLayoutNaam"})
@@ -94,6 +105,32 @@ bool VmdDbLibRoutines::OpenDatabase(Text& sFileIn, Text& sFileUit, Text& sBestan
 {
     return db::DBL_OpenDatabase(session_, sFileIn, sFileUit, sBestandType, sLayoutNaam, nStatus, nVersie, nLayoutVersie,
                                 nErrorCode);
+}
+
+bool VmdDbLibRoutines::CheckBasisDatabase2(Text& sFileIn, Text& sBestandType, Text& sLayoutNaam,
+                                           std::int16_t& nGevraagdeRechten, std::int16_t& nGeOpendRechten,
+                                           std::int16_t& nVersie, std::int16_t& nLayoutVersie, std::int16_t& nErrorCode)
+{
+    return db::DBL_CheckBasisDatabase2(session_, sFileIn, sBestandType, sLayoutNaam, nGevraagdeRechten, nGeOpendRechten,
+                                       nVersie, nLayoutVersie, nErrorCode);
+}
+
+bool VmdDbLibRoutines::CheckBasisDatabase(Text& sFileIn, Text& sBestandType, Text& sLayoutNaam,
+                                          std::int16_t& nGevraagdeRechten, std::int16_t& nGeOpendRechten,
+                                          std::int16_t& nVersie, std::int16_t& nLayoutVersie, std::int16_t& nErrorCode)
+{
+    return db::DBL_CheckBasisDatabase(session_, sFileIn, sBestandType, sLayoutNaam, nGevraagdeRechten, nGeOpendRechten,
+                                      nVersie, nLayoutVersie, nErrorCode);
+}
+
+std::int16_t VmdDbLibRoutines::OpenBasisDatabase(Text& sFileIn, Text& sFileUit, std::int16_t&, Optional&)
+{
+    return db::DBL_OpenBasisDatabase(sFileIn, sFileUit);
+}
+
+bool VmdDbLibRoutines::RepareerDataBase(Text& sFilenaam, std::int16_t& nErrorCode)
+{
+    return db::DBL_RepareerDataBase(session_, sFilenaam, nErrorCode);
 }
 
 bool VmdDbLibRoutines::OpslaanDatabase(Text& sBronNaam, Text& sDoelNaam, Text& sLayoutBestand, Text& sBestandType,

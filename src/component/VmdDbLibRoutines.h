@@ -27,6 +27,14 @@ private:
     bool CheckTmp(Text& sFilenaam, Text& sBestandType, Text& sOrigineelBestand);
     bool OpenDatabase(Text& sFileIn, Text& sFileUit, Text& sBestandType, Text& sLayoutNaam, std::int16_t& nStatus,
                       std::int16_t& nVersie, std::int16_t& nLayoutVersie, std::int16_t& nErrorCode);
+    bool CheckBasisDatabase2(Text& sFileIn, Text& sBestandType, Text& sLayoutNaam, std::int16_t& nGevraagdeRechten,
+                             std::int16_t& nGeOpendRechten, std::int16_t& nVersie, std::int16_t& nLayoutVersie,
+                             std::int16_t& nErrorCode);
+    bool CheckBasisDatabase(Text& sFileIn, Text& sBestandType, Text& sLayoutNaam, std::int16_t& nGevraagdeRechten,
+                            std::int16_t& nGeOpendRechten, std::int16_t& nVersie, std::int16_t& nLayoutVersie,
+                            std::int16_t& nErrorCode);
+    std::int16_t OpenBasisDatabase(Text& sFileIn, Text& sFileUit, std::int16_t& nRechten, Optional& datLayout);
+    bool RepareerDataBase(Text& sFilenaam, std::int16_t& nErrorCode);
     bool OpslaanDatabase(Text& sBronNaam, Text& sDoelNaam, Text& sLayoutBestand, Text& sBestandType,
                          std::int16_t& nErrorCode);
     std::int16_t GetVersieNummer(Text& sFileType, Text& sLayoutNaam);

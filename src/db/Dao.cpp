@@ -75,6 +75,8 @@ Database Workspace::OpenDatabase(TextView name, bool exclusive, bool readOnly, T
 Database Workspace::CreateDatabase(TextView name, TextView locale) const { return Database(ToObject(Call(object_, u"CreateDatabase", name, locale))); }
 
 Items<Workspace> DBEngine::Workspaces() const { return Items<Workspace>(ToObject(Get(object_, u"Workspaces"))); }
+void DBEngine::RepairDatabase(TextView name) const { Call(object_, u"RepairDatabase", name); }
+void DBEngine::CompactDatabase(TextView source, TextView destination, TextView destinationLocale) const { Call(object_, u"CompactDatabase", source, destination, destinationLocale); }
 // clang-format on
 
 }  // namespace vmlib::db::dao

@@ -144,6 +144,8 @@ class DBEngine : public Wrapper
 public:
     using Wrapper::Wrapper;
     Items<Workspace> Workspaces() const;
+    void RepairDatabase(TextView name) const;
+    void CompactDatabase(TextView source, TextView destination, TextView destinationLocale) const;
 };
 
 }  // namespace vmlib::db::dao

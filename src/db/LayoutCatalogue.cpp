@@ -4,6 +4,7 @@
 #include "db/Building.h"
 #include "db/Closing.h"
 #include "db/EngineAccess.h"
+#include "db/ErrorCodes.h"
 
 namespace vmlib::db {
 
@@ -81,6 +82,23 @@ std::int16_t DBL_GetVersieNummer(Session& session, const Text& sFileType, const 
         version = Code(*info, u"Versie");
     });
     return version;
+}
+
+std::int16_t LeesLayoutVersie(Session& session, const Text& layoutPath, const Text& fileType, std::int16_t& version)
+{
+    const Closing layout(DBL_OpenMdb(session, layoutPath, true, true, false));
+    if (!layout) return DatabaseCode::LayoutNotFound;
+    Closing<dao::Recordset> info;
+    const Text sql = u"SELECT * FROM Info WHERE FileType = '" + fileType + u"'";
+    if (ResumeNext([&] { info = Closing(layout->OpenRecordset(sql, dao::dbOpenSnapshot, dao::dbReadOnly)); }))
+        return DatabaseCode::LayoutWithoutInfo;
+    bool found = false;
+    ResumeNext([&] {
+        if (info->AtEnd()) return;
+        version = Code(*info, u"Versie");
+        found = true;
+    });
+    return found ? DatabaseCode::Ok : DatabaseCode::FileTypeNotInLayout;
 }
 
 void MaakTabellen(const dao::Database& target, const dao::Database& layout, const Text& sFileType)

@@ -13,6 +13,10 @@ namespace vmlib::db {
 /// The current version of a file type; 0 when it cannot be determined.
 std::int16_t DBL_GetVersieNummer(Session& session, const Text& sFileType, const Text& sLayoutNaam);
 
+/// The same for those who report what is missing. @param version  out, on success only
+/// @return  0 or DatabaseCode::LayoutNotFound, LayoutWithoutInfo, FileTypeNotInLayout
+std::int16_t LeesLayoutVersie(Session& session, const Text& layoutPath, const Text& fileType, std::int16_t& version);
+
 /// Makes all tables. A type without rows is error 3021. Fields come in the text order of RecNr (1, 10, 2).
 void MaakTabellen(const dao::Database& target, const dao::Database& layout, const Text& sFileType);
 

@@ -7,6 +7,7 @@
 #include "db/ErrorCodes.h"
 #include "db/Hourglass.h"
 #include "db/Info.h"
+#include "db/LayoutCatalogue.h"
 #include "general/Paths.h"
 
 namespace vmlib::db {
@@ -41,7 +42,7 @@ public:
         ReadInfo();
         if (session_.opened.HoldsOpen(ListedName())) return DatabaseCode::AlreadyOpen;
         if (!MayWork()) return DatabaseCode::CopyDeclined;
-        if (const auto code = LookUpLayoutVersion()) return code;
+        if (const auto code = LeesLayoutVersie(session_, layout_, UpperCase(type_), layoutVersion_)) return code;
         if (layoutVersion_ < version_) return DatabaseCode::NewerThanLayout;
         if (status_ != OpenStatus::CopyOfAnothers) Mark();
         if (const auto code = MakeWorkingFile()) return code;
@@ -73,23 +74,6 @@ private:
             [&] { answer = session_.platform.desktop.MessageBox(question, yesNoExclamation, u"Openen bestand"); });
         if (answer == answerYes) status_ = OpenStatus::CopyOfAnothers;
         return answer == answerYes;
-    }
-
-    std::int16_t LookUpLayoutVersion()
-    {
-        const Closing layout(DBL_OpenMdb(session_, layout_, true, true, false));
-        if (!layout) return DatabaseCode::LayoutNotFound;
-        Closing<dao::Recordset> info;
-        const Text sql = u"SELECT * FROM Info WHERE FileType = '" + UpperCase(type_) + u"'";
-        if (ResumeNext([&] { info = Closing(layout->OpenRecordset(sql, dao::dbOpenSnapshot, dao::dbReadOnly)); }))
-            return DatabaseCode::LayoutWithoutInfo;
-        bool found = false;
-        ResumeNext([&] {
-            if (info->AtEnd()) return;
-            layoutVersion_ = ToInteger(info->Field(u"Versie").Value());
-            found = true;
-        });
-        return found ? DatabaseCode::Ok : DatabaseCode::FileTypeNotInLayout;
     }
 
     void Mark()

@@ -12,11 +12,16 @@ constexpr TextView engineClasses[] = {u"DAO.DBEngine.35", u"VMDEngine.DBEngine"}
 
 }  // namespace
 
-dao::Workspace EngineHandle::Workspace()
+dao::DBEngine EngineHandle::Engine()
 {
     const std::lock_guard lock(mutex_);
     if (!engine_) engine_ = Create();
-    return engine_.Workspaces().Item(0);
+    return engine_;
+}
+
+dao::Workspace EngineHandle::Workspace()
+{
+    return Engine().Workspaces().Item(0);
 }
 
 dao::DBEngine EngineHandle::Create() const

@@ -18,6 +18,7 @@ public:
 
     /// The workspace that everything is opened in. @throws Error 429 when no engine can be created
     dao::Workspace Workspace();
+    dao::DBEngine Engine();
 
 private:
     dao::DBEngine Create() const;

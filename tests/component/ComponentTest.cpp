@@ -76,6 +76,15 @@ TEST(MemberTables, AreWhatHostsWereWrittenFor)
                     "nLayoutVersie Integer, nErrorCode Integer) Boolean",
                     "DBL_OpslaanDatabase(sBronNaam String, sDoelNaam String, sLayoutBestand String, sBestandType "
                     "String, nErrorCode Integer) Boolean",
+                    "DBL_CheckBasisDatabase2(sFileIn String, sBestandType String, sLayoutNaam String, "
+                    "nGevraagdeRechten Integer, nGeOpendRechten Integer, nVersie Integer, nLayoutVersie Integer, "
+                    "nErrorCode Integer) Boolean",
+                    "DBL_CheckBasisDatabase(sFileIn String, sBestandType String, sLayoutNaam String, "
+                    "nGevraagdeRechten Integer, nGeOpendRechten Integer, nVersie Integer, nLayoutVersie Integer, "
+                    "nErrorCode Integer) Boolean",
+                    "DBL_OpenBasisDatabase(sFileIn String, sFileUit String, nRechten Integer, [datLayout Variant]) "
+                    "Integer",
+                    "DBL_RepareerDataBase(sFilenaam String, nErrorCode Integer) Boolean",
                     "DBL_GetVersieNummer(sFileType String, sLayoutNaam String) Integer",
                     "DBL_MaakNieuweDatabase(sFilenaam String, sFileType String, sLayoutNaam String, nErrorCode "
                     "Integer) Boolean",
