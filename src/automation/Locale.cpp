@@ -145,8 +145,9 @@ const Locale& Locale::Danish()
 
 const Locale& Locale::Named(TextView name)
 {
-    if (StartsWithIgnoringCase(name, u"nl")) return Dutch();
-    if (StartsWithIgnoringCase(name, u"da")) return Danish();
+    const TextView language = name.substr(0, name.find_first_of(u"_-.@"));
+    if (EqualIgnoringCase(language, u"nl")) return Dutch();
+    if (EqualIgnoringCase(language, u"da")) return Danish();
     return English();
 }
 

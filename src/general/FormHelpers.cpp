@@ -130,7 +130,10 @@ void ComboHoogte(Platform& platform, const ObjectRef& Form, const ObjectRef& Ctr
     double pixelWidth = 0, limit = 0;
     ResumeNext([&] { pixelWidth = ToDouble(Number(Ctrl, u"Width")); });
     // Twips less pixels: lists are longer than the form has room for, and users know them so.
-    ResumeNext([&] { limit = ToDouble(Subtract(Subtract(Number(Form, u"Height"), Number(Ctrl, u"Top")), 5.0)); });
+    ResumeNext([&] {
+        const Variant formHeight = Number(Form, u"Height"), top = Number(Ctrl, u"Top");
+        limit = ToDouble(Subtract(Subtract(formHeight, top), 5.0));
+    });
     std::int32_t lineHeight = 0;
     ResumeNext([&] { lineHeight = platform.desktop.SendWindowMessage(WindowOf(Ctrl), getItemHeight, 0, 0); });
     double height = limit;
@@ -156,8 +159,8 @@ void VmdLib_Centreer(Platform& platform, const ObjectRef& frmSource)
     const Screen screen(platform.desktop);
     for (const Axis& axis : {vertical, horizontal})
         ResumeNext([&] {
-            const Variant room = Subtract(screen.Extent(axis), Number(frmSource, axis.extent));
-            Put(frmSource, axis.position, Divide(room, 2.0));
+            const Variant all = screen.Extent(axis), own = Number(frmSource, axis.extent);
+            Put(frmSource, axis.position, Divide(Subtract(all, own), 2.0));
         });
 }
 
@@ -166,20 +169,20 @@ void VmdLib_Centreer2(Platform& platform, const ObjectRef& Owner, const ObjectRe
     const Screen screen(platform.desktop);
     for (const Axis& axis : {vertical, horizontal})
         ResumeNext([&] {
-            const Variant room = Subtract(Number(Owner, axis.extent), Number(frmSource, axis.extent));
-            Put(frmSource, axis.position, Add(Number(Owner, axis.position), Divide(room, 2.0)));
+            const Variant start = Number(Owner, axis.position), all = Number(Owner, axis.extent);
+            const Variant own = Number(frmSource, axis.extent);
+            Put(frmSource, axis.position, Add(start, Divide(Subtract(all, own), 2.0)));
         });
-    for (const Axis& axis : {vertical, horizontal}) {
-        const bool endsOutside = HoldsOrFails([&] {
-            return IsMore(Add(Number(frmSource, axis.position), Number(frmSource, axis.extent)), screen.Extent(axis));
-        });
-        if (endsOutside)
-            ResumeNext(
-                [&] { Put(frmSource, axis.position, Subtract(screen.Extent(axis), Number(frmSource, axis.extent))); });
-    }
     for (const Axis& axis : {vertical, horizontal})
-        if (HoldsOrFails([&] { return IsMore(0.0, Number(frmSource, axis.position)); }))
-            ResumeNext([&] { Put(frmSource, axis.position, std::int16_t{0}); });
+        ResumeNext([&] {
+            const Variant start = Number(frmSource, axis.position), own = Number(frmSource, axis.extent);
+            const Variant end = screen.Extent(axis);
+            if (IsMore(Add(start, own), end)) Put(frmSource, axis.position, Subtract(end, own));
+        });
+    for (const Axis& axis : {vertical, horizontal})
+        ResumeNext([&] {
+            if (IsMore(0.0, Number(frmSource, axis.position))) Put(frmSource, axis.position, std::int16_t{0});
+        });
 }
 
 void VmdLib_PadNaamInkorten(const ObjectRef& frm, Text& sPad, std::int16_t& nBreedte)

@@ -76,6 +76,15 @@ Variant ParseTyped(char type, std::string_view text, std::string_view whole)
 
 }  // namespace
 
+std::int32_t WholeNumber(std::string_view text, const char* what)
+{
+    try {
+        return ParseNumber<std::int32_t>(text);
+    } catch (const Error&) {
+        throw UsageError{std::string(what) + " is a whole number, not \"" + std::string(text) + "\""};
+    }
+}
+
 Variant ParseArgument(std::string_view argument)
 {
     if (argument.size() < 2 || argument[1] != ':') return FromUtf8(argument);

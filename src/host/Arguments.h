@@ -13,6 +13,11 @@ struct UsageError
     std::string message;
 };
 
+/// A whole number in decimal digits, as a person means it: no other base, nothing behind it.
+/// @param what  names it in the message
+/// @throws UsageError
+std::int32_t WholeNumber(std::string_view text, const char* what);
+
 /// An argument of `call`: text, or text with a type in front.
 ///
 ///     i:5 Integer   l:5 Long   y:5 Byte   f:1.5 Single   d:2.5 Double   c:2.5 Currency   b:true Boolean

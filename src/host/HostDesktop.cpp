@@ -19,7 +19,8 @@ std::int32_t ContinuingAnswer(const Message& message)
 
 std::optional<std::int32_t> HostDesktop::OwnAnswer(const Message& message) const
 {
-    if (listener_) return listener_(message);
+    if (listener_)
+        if (const auto answer = listener_(message)) return answer;
     if (answerYes_) return ContinuingAnswer(message);
     return std::nullopt;
 }

@@ -12,7 +12,8 @@ namespace vmlib::host {
 class HostDesktop : public Desktop
 {
 public:
-    using Listener = std::function<std::int32_t(const Message& message)>;
+    /// No value when it could not show the message: it is then shown as if there were no listener.
+    using Listener = std::function<std::optional<std::int32_t>(const Message& message)>;
 
     explicit HostDesktop(Desktop& native) : native_(native) {}
 

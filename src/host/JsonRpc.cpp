@@ -133,8 +133,9 @@ Json JsonRpc::Request(const std::string& method, Json params)
         Dispatch(*line);
     }
     const Json answer = std::move(*answers_.extract(waiting).mapped());
-    if (answer.contains("error")) throw ErrorOf(answer["error"]);
-    return answer["result"];
+    // Some clients write both members always, and null where there is none.
+    if (const auto error = answer.find("error"); error != answer.end() && !error->is_null()) throw ErrorOf(*error);
+    return answer.value("result", Json());
 }
 
 }  // namespace vmlib::host

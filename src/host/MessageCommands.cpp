@@ -19,7 +19,7 @@ struct MessageArguments
 {
     std::string text, title;
     std::vector<std::string> buttons;
-    std::int32_t style = 0;
+    std::string style = "0";
 };
 
 int PrintText(Session& session, std::int32_t number)
@@ -42,9 +42,10 @@ int ShowMessage(Session& session, const MessageArguments& arguments)
     Text captions[mostButtons];
     std::transform(arguments.buttons.begin(), arguments.buttons.end(), captions, FromUtf8);
     // The form itself: a style of the class's members has no room for alignment and reading order.
-    const std::int32_t answer = frmMsg(session.platform.desktop)
-                                    .Box(FromUtf8(arguments.text), arguments.style, FromUtf8(arguments.title),
-                                         captions[0], captions[1], captions[2], nullptr, 0, centred, centred);
+    const std::int32_t answer =
+        frmMsg(session.platform.desktop)
+            .Box(FromUtf8(arguments.text), WholeNumber(arguments.style, "--style"), FromUtf8(arguments.title),
+                 captions[0], captions[1], captions[2], nullptr, 0, centred, centred);
     if (session.options.json)
         session.out << ToLine({{"answer", answer}}) << "\n";
     else
@@ -57,10 +58,10 @@ int ShowMessage(Session& session, const MessageArguments& arguments)
 void AddMessageCommands(CommandLine& line)
 {
     Session& session = line.TheSession();
-    auto number = std::make_shared<std::int32_t>(0);
+    auto number = std::make_shared<std::string>();
     CLI::App& text = line.Add("text", "vmlib text 30001",
                               "Prints a text of the string table: 10000 and up English, 20000 Danish, 30000 Dutch.",
-                              [=, &session] { return PrintText(session, *number); });
+                              [=, &session] { return PrintText(session, WholeNumber(*number, "number")); });
     text.add_option("number", *number, "the number of the text")->required();
     line.TakesJson(text);
 

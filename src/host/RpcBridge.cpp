@@ -260,12 +260,12 @@ Json RpcBridge::TakeMessages(const Json& params)
     return nullptr;
 }
 
-std::int32_t RpcBridge::ShowMessage(const Message& message)
+std::optional<std::int32_t> RpcBridge::ShowMessage(const Message& message)
 {
     Json buttons = Json::array();
     for (const MessageButton& button : message.buttons) buttons.push_back(ToUtf8(ShownCaption(button.caption)));
-    std::int32_t answer = message.safeAnswer;
-    // A client that cannot show it, or answers what no button does, leaves the answer safe.
+    std::optional<std::int32_t> answer;
+    // A client that cannot show it, or answers what no button does, has not shown it.
     ResumeNext([&] {
         const Json result = rpc_.Request("message", {{"text", ToUtf8(message.text)},
                                                      {"style", message.style},

@@ -41,7 +41,7 @@ private:
     ObjectRef ClientObjectNamed(const Json& name);
     ObjectRef MakeClientObject(const Text& className);
     Variant CallClient(const ClientObject& object, const char* method, TextView member, std::span<Variant> arguments);
-    std::int32_t ShowMessage(const Message& message);
+    std::optional<std::int32_t> ShowMessage(const Message& message);
 
     Session& session_;
     std::map<std::int64_t, ObjectRef> objects_;

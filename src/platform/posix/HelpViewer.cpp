@@ -8,7 +8,9 @@ namespace vmlib::posix {
 
 namespace {
 
-constexpr std::int32_t quitCommand = 2;
+// What shows something of the file: topic, contents, pop-up topic, force file, finder, key, partial key, other keys.
+// The other commands of a viewer concern its window, or help on help.
+constexpr std::int32_t showingCommands[] = {1, 3, 8, 9, 11, 257, 261, 513};
 constexpr std::int16_t normalWithFocus = 1;
 
 constexpr TextView documentEndings[] = {u".pdf", u".html", u".htm"};
@@ -73,7 +75,8 @@ bool Starts(Processes& processes, const Text& commandLine)
 
 bool ShowHelp(Files& files, Processes& processes, TextView file, std::int32_t command)
 {
-    if (command == quitCommand) return true;
+    if (std::find(std::begin(showingCommands), std::end(showingCommands), command) == std::end(showingCommands))
+        return true;
     std::string document;  // absolute, so none begins like an option
     try {
         const Text path = DocumentFor(files, FileName(file));
