@@ -32,6 +32,7 @@ void BreakLine(TextView line, int width, const RunWidth& widthOf, std::vector<Te
         const int added = widthOf(line.substr(end, next - end));
         if (filled > 0 && added > width - filled) {
             lines.push_back(line.substr(start, end - start));
+            if (word == line.size()) return;
             start = word;
             filled = widthOf(line.substr(word, next - word));
         } else {

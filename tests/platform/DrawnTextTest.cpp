@@ -30,6 +30,8 @@ TEST(DrawnTextTest, LinesEndAndBreakAsDrawTextDoesIt)
         {"as many words as fit", u"een twee drie", 80, {u"een twee", u"drie"}},
         {"one pixel less", u"een twee drie", 79, {u"een", u"twee", u"drie"}},
         {"blanks at a break go", u"een   twee", 60, {u"een", u"twee"}},
+        {"blanks at the end go when they do not fit", u"een twee   ", 80, {u"een twee"}},
+        {"and stay when they do", u"een twee   ", 110, {u"een twee   "}},
         {"blanks within a line stay", u"een   twee", 100, {u"een   twee"}},
         {"blanks at the beginning count", u"  een twee", 70, {u"  een", u"twee"}},
         {"a word wider than the width is whole", u"a bestandsnaam b", 50, {u"a", u"bestandsnaam", u"b"}},

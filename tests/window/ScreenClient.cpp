@@ -2,6 +2,9 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+#include <algorithm>
 
 namespace vmlib::test {
 
@@ -33,6 +36,22 @@ Rectangle PlaceOf(const std::string& window)
     XWindowAttributes attributes{};
     XGetWindowAttributes(screen.display, std::stoul(window), &attributes);
     return {attributes.x, attributes.y, attributes.x + attributes.width, attributes.y + attributes.height};
+}
+
+Rectangle InkIn(const std::string& window, const Rectangle& area)
+{
+    const Connection screen;
+    XImage* const image =
+        XGetImage(screen.display, std::stoul(window), area.left, area.top, static_cast<unsigned>(area.Width()),
+                  static_cast<unsigned>(area.Height()), AllPlanes, ZPixmap);
+    Rectangle ink{area.right, area.bottom, area.left, area.top};
+    for (int y = 0; y < area.Height(); ++y)
+        for (int x = 0; x < area.Width(); ++x)
+            if ((XGetPixel(image, x, y) & 0xFFFFFF) == 0)
+                ink = {std::min(ink.left, area.left + x), std::min(ink.top, area.top + y),
+                       std::max(ink.right, area.left + x + 1), std::max(ink.bottom, area.top + y + 1)};
+    XDestroyImage(image);
+    return ink.left < ink.right ? ink : Rectangle{};
 }
 
 void SetResources(const std::string& resources)

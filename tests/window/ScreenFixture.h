@@ -46,16 +46,20 @@ protected:
 
     void TearDown() override
     {
-        KillServer();
-        if (server_) ::pclose(server_);
+        EndServer();
         EXPECT_LE(::waitpid(-1, nullptr, WNOHANG), 0) << "a child is left";
         ::unsetenv("DISPLAY");
         ::unsetenv("FONTCONFIG_FILE");
     }
 
-    void KillServer()
+    /// Not by force: a lock that it left would be in the way of other servers.
+    void EndServer()
     {
-        if (process_ > 0) ::kill(std::exchange(process_, 0), SIGKILL);
+        if (process_ <= 0) return;
+        ::kill(process_, SIGTERM);
+        ::kill(process_, SIGCONT);
+        ::pclose(server_);
+        process_ = 0;
     }
 
     static std::string Line(FILE* stream)
@@ -65,32 +69,32 @@ protected:
         return line;
     }
 
-    /// What a command prints, without the line end.
+    /// The line that a command prints.
     static std::string Printed(const std::string& command)
     {
         FILE* const stream = ::popen((command + " 2>/dev/null").c_str(), "re");
-        std::string text = Line(stream);
-        for (std::string more; !(more = Line(stream)).empty();) text += " " + more;
+        const std::string line = Line(stream);
         ::pclose(stream);
-        return text;
+        return line;
     }
 
-    static bool WaitUntil(const std::function<bool()>& condition, int seconds = 20)
+    static bool WaitUntil(const std::function<bool()>& condition)
     {
-        for (int i = 0; i < seconds * 50 && !condition(); ++i) ::usleep(20000);
+        for (int i = 0; i < 1000 && !condition(); ++i) ::usleep(20000);
         return condition();
     }
 
     static std::string VisibleWindow() { return Printed("xdotool search --onlyvisible --class VMLib"); }
 
     /// Its number, as soon as it has the keyboard.
-    static std::string WaitForWindow()
+    static std::string WaitForWindow(const std::function<bool()>& isOver = [] { return false; })
     {
         std::string window;
-        EXPECT_TRUE(WaitUntil([&window] {
+        const auto hasKeyboard = [&window] {
             window = VisibleWindow();
             return !window.empty() && Printed("xdotool getwindowfocus") == window;
-        })) << "no window with the keyboard";
+        };
+        EXPECT_TRUE(WaitUntil([&] { return isOver() || hasKeyboard(); })) << "no window with the keyboard";
         return window;
     }
 
@@ -104,10 +108,17 @@ protected:
     std::optional<std::int32_t> AnswerOf(const Desktop::Layouter& layOut, const Deeds& deeds)
     {
         auto answer = std::async(std::launch::async, [&layOut] { return posix::ShowInWindow(layOut); });
-        deeds(WaitForWindow());
-        if (answer.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+        const auto isOver = [&answer](int seconds = 0) {
+            return answer.wait_for(std::chrono::seconds(seconds)) == std::future_status::ready;
+        };
+        const std::string window = WaitForWindow([&isOver] { return isOver(); });
+        if (isOver())
+            ADD_FAILURE() << "no form";
+        else
+            deeds(window);
+        if (!isOver(20)) {
             ADD_FAILURE() << "the form stays";
-            KillServer();
+            EndServer();
         }
         return answer.get();
     }

@@ -13,7 +13,7 @@
 namespace vmlib::test {
 namespace {
 
-/// Three buttons in a window of 300 by 100 pixels, 100 pixels from the left and 50 from the top of the screen.
+/// Four buttons in a window of 300 by 100 pixels, 100 pixels from the left and 50 from the top of the screen.
 FormLayout Form()
 {
     FormLayout form;
@@ -27,8 +27,14 @@ FormLayout Form()
     form.iconPlace = {12, 12};
     form.buttons = {{{12, 60, 92, 83}, u"&Ja", 6},
                     {{100, 60, 180, 83}, u"&Nee", 7},
-                    {{188, 60, 268, 83}, u"&\u00C9\u00E9n && @", 2}};
+                    {{188, 60, 268, 83}, u"&\u00C9\u00E9n && @", 2},
+                    {{274, 60, 298, 83}, u"&+", 5}};
     return form;
+}
+
+FormLayout PlainForm(Measures&)
+{
+    return Form();
 }
 
 using WindowTest = ScreenTest;
@@ -45,25 +51,52 @@ TEST_F(WindowTest, KeysAndClicksPressButtons)
         {"key n", 7},
         {"key shift+n", 7},
         {"key alt+n", 7},
-        {"key eacute Return", 6},  // not from 0 to z, so only with Alt
+        {"key eacute plus Return", 6},  // not from 0 to z, so only with Alt
         {"key alt+eacute", 2},
-        {"key x ctrl+n Return", 6},
+        {"key alt+plus", 5},
+        {"key x ctrl+n super+n Return", 6},
         {"key Return", 7, 1},
         {"key KP_Enter", 2, 2},
         {"key space", 7, 1},
         {"key Tab Tab Return", 2},
-        {"key shift+Tab Return", 2},
+        {"key shift+Tab Return", 5},
         {"key Right Down Left Return", 7},
         {"key Escape", 2, 0, 2},
         {"key Escape n", 7},
         {"mousemove 250 120 click 1", 7},
-        {"mousemove 250 120 mousedown 1 mousemove 150 120 mouseup 1 key Return", 7},  // off the button: only the focus
+        {"mousemove 250 120 mousedown 1 mousemove 150 120 mouseup 1 key j", 6},  // off the button
     };
     for (const auto& c : cases) {
         FormLayout form = Form();
         form.focus = c.focus;
         form.cancel = c.cancel;
         EXPECT_EQ(AnswerOf([&form](Measures&) { return form; }, Tool(c.deeds)), c.answer) << c.deeds;
+    }
+}
+
+TEST_F(WindowTest, TextStandsWhereTheLayoutHasIt)
+{
+    FormLayout form = Form();
+    form.text = u"Eerste regel\r\nMet een &";
+    form.textPlace = {56, 16, 256, 42};
+    const Rectangle around{50, 6, 298, 55};
+    const Deeds look = [&](const std::string& window) {
+        const Rectangle ink = InkIn(window, around);
+        const int left = ink.left - form.textPlace.left, right = form.textPlace.right - ink.right;
+        EXPECT_EQ(form.alignment == Alignment::Left, left >= 0 && left < 3) << left;
+        EXPECT_EQ(form.alignment == Alignment::Right, right >= 0 && right < 3) << right;
+        EXPECT_EQ(form.alignment == Alignment::Centre, std::abs(left - right) < 4) << left << " " << right;
+        EXPECT_EQ(ink.Height(), 9 + 13);  // from the top of a capital to the foot of one on the next line
+        // The foot of the next button's caption is the line below its access key, one letter wide.
+        const Rectangle caption = InkIn(window, {106, 66, 174, 78});
+        const Rectangle underline = InkIn(window, {106, caption.bottom - 1, 174, caption.bottom});
+        EXPECT_EQ(underline.left, caption.left);
+        EXPECT_LT(underline.Width(), caption.Width() / 2);
+        Tool("key j")(window);
+    };
+    for (const Alignment alignment : {Alignment::Left, Alignment::Right, Alignment::Centre}) {
+        form.alignment = alignment;
+        EXPECT_EQ(AnswerOf([&form](Measures&) { return form; }, look), 6);
     }
 }
 
@@ -79,8 +112,7 @@ TEST_F(WindowTest, CloseAnswersWhereTheFormHasIt)
                 return form;
             },
             [&](const std::string& window) {
-                hints =
-                    Printed("xprop -id " + window + " _MOTIF_WM_HINTS WM_NAME WM_TRANSIENT_FOR _NET_WM_WINDOW_TYPE");
+                hints = Printed("xprop -id " + window + " _MOTIF_WM_HINTS WM_NAME _NET_WM_WINDOW_TYPE | tr '\\n' ' '");
                 deeds(window);
             });
     };
@@ -88,11 +120,7 @@ TEST_F(WindowTest, CloseAnswersWhereTheFormHasIt)
     EXPECT_THAT(hints, testing::HasSubstr("= 0x3, 0x24,"));  // functions: move, close
     EXPECT_THAT(hints, testing::HasSubstr("\"Vraag\""));
     EXPECT_THAT(hints, testing::HasSubstr("_NET_WM_WINDOW_TYPE_DIALOG"));
-    const auto closeAndAnswer = [](const std::string& window) {
-        SendClose(window);
-        Tool("sleep 0.2 key j")(window);
-    };
-    EXPECT_EQ(answer(false, closeAndAnswer), 6);
+    EXPECT_EQ(answer(false, [](const auto& window) { SendClose(window), Tool("sleep 0.2 key j")(window); }), 6);
     EXPECT_THAT(hints, testing::HasSubstr("= 0x3, 0x4,"));
 }
 
@@ -132,11 +160,7 @@ TEST_F(WindowTest, MeasuresAreTahomasAtTheScreensResolution)
 
 TEST_F(WindowTest, FormsLargerThanTheScreenKeepTheirButtonsInView)
 {
-    const Text lines = [] {
-        Text text;
-        for (int i = 0; i < 100000; ++i) text += u"regel\r\n";
-        return text;
-    }();
+    const Text lines = Replaced(Text(100000, u'\n'), u"\n", u"regel\r\n");
     for (const Text& text : {Text(100000, u'W'), lines, Text(100000, u'\n'), Text(100000, u' ')}) {
         const Message message = StandardMessage(text, 3 | 64, text);
         const auto layOut = [&](Measures& measures) {
@@ -145,12 +169,15 @@ TEST_F(WindowTest, FormsLargerThanTheScreenKeepTheirButtonsInView)
             return form;
         };
         const auto start = std::chrono::steady_clock::now();
-        const auto clickSecond = [&start](const std::string& window) {
+        const auto clickSecond = [&](const std::string& window) {
             EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
             const Rectangle place = PlaceOf(window);
             EXPECT_GE(std::min(place.left, place.top), 0);
             EXPECT_LE(place.right, 1024);
             EXPECT_LE(place.bottom, 768);
+            if (text[0] > u' ') {
+                EXPECT_GT(InkIn(window, {55, 33, 150, 46}).Width(), 15) << "no second line";
+            }
             Tool("mousemove " + std::to_string((place.left + place.right) / 2) + " " +
                  std::to_string(place.bottom - 20) + " click 1")(window);
         };
@@ -160,9 +187,8 @@ TEST_F(WindowTest, FormsLargerThanTheScreenKeepTheirButtonsInView)
 
 TEST_F(WindowTest, AScreenThatGoesAwayGivesNoAnswer)
 {
-    const auto form = [](Measures&) { return Form(); };
-    EXPECT_EQ(AnswerOf(form, [this](const std::string&) { KillServer(); }), std::nullopt);
-    EXPECT_EQ(posix::ShowInWindow(form), std::nullopt);
+    EXPECT_EQ(AnswerOf(PlainForm, [this](const std::string&) { EndServer(); }), std::nullopt);
+    EXPECT_EQ(posix::ShowInWindow(PlainForm), std::nullopt);
     EXPECT_EQ(posix::AskScreenTwips(), std::nullopt);
     ::setenv("VMLIB_DESKTOP", "window", 1);
     testing::internal::CaptureStderr();
@@ -175,7 +201,7 @@ TEST_F(WindowTest, AScreenThatIsSilentIsGivenUp)
 {
     ::kill(process_, SIGSTOP);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(posix::ShowInWindow([](Measures&) { return Form(); }), std::nullopt);
+    EXPECT_EQ(posix::ShowInWindow(PlainForm), std::nullopt);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
@@ -193,11 +219,11 @@ TEST_F(WindowTest, TheWindowHoldsNoFileOfTheHost)
         file = lock();
         Tool("key n")(window);
     };
-    EXPECT_EQ(AnswerOf([](Measures&) { return Form(); }, closeAndLock), 7);
+    EXPECT_EQ(AnswerOf(PlainForm, closeAndLock), 7);
     ::close(file);
 }
 
-TEST_F(WindowTest, WaitingOutlivesSignals)
+TEST_F(WindowTest, WaitingForAnAnswerHasNoEnd)
 {
     struct sigaction action
     {
@@ -205,9 +231,10 @@ TEST_F(WindowTest, WaitingOutlivesSignals)
     action.sa_handler = [](int) {};  // without SA_RESTART: calls are interrupted
     ::sigaction(SIGUSR1, &action, &before);
     std::optional<std::int32_t> answer;
-    std::thread host([&answer] { answer = posix::ShowInWindow([](Measures&) { return Form(); }); });
+    std::thread host([&answer] { answer = posix::ShowInWindow(PlainForm); });
     const std::string window = WaitForWindow();
-    for (int i = 0; i < 20; ++i) ::pthread_kill(host.native_handle(), SIGUSR1), ::usleep(5000);
+    // Longer, too, than a screen may take to answer.
+    for (int i = 0; i < 50; ++i) ::pthread_kill(host.native_handle(), SIGUSR1), ::usleep(50000);
     Tool("key n")(window);
     host.join();
     EXPECT_EQ(answer, 7);
@@ -218,7 +245,7 @@ TEST_F(WindowTest, TheWindowGoesWithItsHost)
 {
     const pid_t host = ::fork();
     if (host == 0) {
-        posix::ShowInWindow([](Measures&) { return Form(); });
+        posix::ShowInWindow(PlainForm);
         ::_exit(0);
     }
     WaitForWindow();

@@ -2,31 +2,43 @@
 
 #include <FL/Enumerations.H>
 
+#include <string>
+
 #include "platform/FormLayout.h"
 
 namespace vmlib::window {
 
-/// Text measured and drawn with one font, or with the nearest one that is installed. A tab counts and shows as a blank;
-/// other control characters are not there.
+/// Text measured and drawn with one font, or with the nearest one that is installed; characters that it lacks, with a
+/// font that has them. A tab counts and shows as a blank; other control characters are not there.
 class Lettering
 {
 public:
     /// @param dpi  pixels of an inch
-    Lettering(const Font& font, int dpi);
+    Lettering(Font font, int dpi);
 
     int LineHeight() const { return ascent_ + descent_; }
     int Ascent() const { return ascent_; }  // from the top of a line to the foot of its letters
     int Width(TextView run) const;
-    /// Draws one line from `left` on, as far as it is seen between the edges of `seen`.
+    /// Draws one line from `left` on, cut off at the edges of `seen`.
     void Draw(TextView run, int left, int top, const Rectangle& seen) const;
 
 private:
-    void Select() const;
+    /// Characters of one face, as FLTK takes them.
+    struct Piece
+    {
+        Fl_Font face;
+        std::string shown;
+    };
+
+    Piece TakePiece(TextView& run) const;
+    Fl_Font FaceOf(char32_t c) const;
+    int SelectFor(const Piece& piece) const;
     void UseLineOfDrawText();
 
+    Font font_;
     Fl_Font face_;
     Fl_Fontsize pixels_;
-    bool strikeThrough_;
+    void* installed_;  // the font library's
     int ascent_, descent_;
 };
 

@@ -122,13 +122,14 @@ Colour PixelAt(MessageIcon icon, int column, int row, Colour ground)
 {
     constexpr int steps = 8;
     int red = 0, green = 0, blue = 0;
-    for (int i = 0; i < steps * steps; ++i) {
-        const Place p{column + (i % steps + 0.5) / steps, row + (i / steps + 0.5) / steps};
-        const Colour colour = ColourAt(icon, p).value_or(ground);
-        red += colour.red;
-        green += colour.green;
-        blue += colour.blue;
-    }
+    for (int down = 0; down < steps; ++down)
+        for (int right = 0; right < steps; ++right) {
+            const Place p{column + (right + 0.5) / steps, row + (down + 0.5) / steps};
+            const Colour colour = ColourAt(icon, p).value_or(ground);
+            red += colour.red;
+            green += colour.green;
+            blue += colour.blue;
+        }
     const auto mean = [](int sum) {
         constexpr int count = steps * steps;
         return static_cast<std::uint8_t>((sum + count / 2) / count);

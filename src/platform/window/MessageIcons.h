@@ -13,7 +13,7 @@ struct Colour
 };
 
 /// Red, green and blue of each pixel, rows from above.
-using IconPixels = std::array<std::uint8_t, 3 * iconSize * iconSize>;
+using IconPixels = std::array<std::uint8_t, std::size_t{3} * iconSize * iconSize>;
 
 /// One of the four icons with soft edges on a ground of one colour.
 IconPixels DrawnIcon(MessageIcon icon, Colour ground);

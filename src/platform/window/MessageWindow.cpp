@@ -5,6 +5,7 @@
 #include <FL/x.H>
 
 #include <algorithm>
+#include <tuple>
 
 #include "platform/Message.h"
 #include "platform/window/ScreenFit.h"
@@ -74,8 +75,13 @@ MessageWindow::MessageWindow(FormLayout layout, Point place, int dpi)
 
 std::optional<std::int32_t> MessageWindow::Ask()
 {
+    // A window manager takes a first look as soon as the window is there; it waits until everything is.
+    XGrabServer(fl_display);
     show();
+    DescribeDialog(fl_xid(this), layout_.canClose);
+    XUngrabServer(fl_display);
     while (!answer_ && shown()) Fl::wait();
+    if (keyboardBefore_) TakeKeyboard(*keyboardBefore_);
     hide();
     Fl::flush();
     return answer_;
@@ -89,8 +95,13 @@ void MessageWindow::draw()
         fl_draw_image(icon_.data(), layout_.iconPlace.x, layout_.iconPlace.y, iconSize, iconSize, 3);
     DrawText();
     for (std::size_t i = 0; i < layout_.buttons.size(); ++i) DrawButton(i);
-    // Drawn for the first time: it can be seen, and only such a window can have the keyboard.
-    if (!hasAppeared_ && !HasWindowManager()) TakeKeyboard(fl_xid(this));
+}
+
+/// Drawn for the first time, the window can be seen; only such a one can have the keyboard.
+void MessageWindow::flush()
+{
+    Fl_Double_Window::flush();
+    if (!hasAppeared_ && !HasWindowManager()) keyboardBefore_ = TakeKeyboard(fl_xid(this));
     hasAppeared_ = true;
 }
 
@@ -151,9 +162,6 @@ void MessageWindow::DrawCaption(TextView caption, const Rectangle& place)
 int MessageWindow::handle(int event)
 {
     switch (event) {
-        case FL_SHOW:  // the window exists, and nobody has seen it yet
-            if (shown()) DescribeDialog(fl_xid(this), layout_.canClose);
-            return Fl_Double_Window::handle(event);
         case FL_FOCUS:
         case FL_UNFOCUS:
         case FL_ENTER:
@@ -167,53 +175,56 @@ int MessageWindow::handle(int event)
         case FL_RELEASE:
         case FL_MOVE:
         case FL_LEAVE:
-            return TakeMouse(event);
+            TakeMouse(event);
+            return 1;
         default:
             return Fl_Double_Window::handle(event);
     }
 }
 
-bool MessageWindow::TakeKey()
+void MessageWindow::TakeKey()
 {
     switch (Fl::event_key()) {
         case FL_Escape:
-            if (layout_.cancel && *layout_.cancel < layout_.buttons.size()) Press(*layout_.cancel);
-            return true;
+            if (layout_.cancel) Press(*layout_.cancel);
+            break;
         case FL_Enter:
         case FL_KP_Enter:
         case ' ':
-            if (!layout_.buttons.empty()) Press(focus_);
-            return true;
+            Press(focus_);
+            break;
         case FL_Tab:
             MoveFocus(!Fl::event_state(FL_SHIFT));
-            return true;
+            break;
         case FL_Right:
         case FL_Down:
             MoveFocus(true);
-            return true;
+            break;
         case FL_Left:
         case FL_Up:
             MoveFocus(false);
-            return true;
-        default:
             break;
+        default:
+            if (!Fl::event_state(FL_CTRL | FL_META)) TakeCharacter();
     }
-    if (Fl::event_state(FL_CTRL | FL_META)) return false;
-    const std::string_view typed(Fl::event_text(), static_cast<std::size_t>(Fl::event_length()));
-    return PressByKey(FromUtf8(typed), Fl::event_state(FL_ALT) != 0);
 }
 
 /// A character alone presses a button as far as it is between "0" and "z", with Alt any does.
-bool MessageWindow::PressByKey(TextView typed, bool withAlt)
+void MessageWindow::TakeCharacter()
 {
-    if (typed.size() != 1) return false;
-    const bool isTaken = withAlt || (typed[0] >= 48 && typed[0] <= 122);
-    const auto found = std::find_if(layout_.buttons.begin(), layout_.buttons.end(), [&typed](const auto& button) {
-        return AccessKey(button.caption) == UpperCase(typed[0]);
+    const Text typed = FromUtf8({Fl::event_text(), static_cast<std::size_t>(Fl::event_length())});
+    if (typed.size() != 1 || typed[0] == 0) return;
+    if (!Fl::event_state(FL_ALT) && (typed[0] < 48 || typed[0] > 122)) return;
+    const auto& buttons = layout_.buttons;
+    const auto found = std::find_if(buttons.begin(), buttons.end(), [key = UpperCase(typed[0])](const auto& button) {
+        return AccessKey(button.caption) == key;
     });
-    if (!isTaken || typed[0] == 0 || found == layout_.buttons.end()) return false;
-    answer_ = found->answer;
-    return true;
+    if (found != buttons.end()) answer_ = found->answer;
+}
+
+void MessageWindow::Press(std::size_t index)
+{
+    if (index < layout_.buttons.size()) answer_ = layout_.buttons[index].answer;
 }
 
 void MessageWindow::MoveFocus(bool forward)
@@ -224,8 +235,9 @@ void MessageWindow::MoveFocus(bool forward)
     redraw();
 }
 
-bool MessageWindow::TakeMouse(int event)
+void MessageWindow::TakeMouse(int event)
 {
+    const auto before = std::tuple(hovered_, held_, focus_);
     hovered_ = event == FL_LEAVE ? std::nullopt : ButtonUnderMouse();
     const bool isLeft = Fl::event_button() == FL_LEFT_MOUSE;
     if (event == FL_PUSH && isLeft) {
@@ -236,8 +248,7 @@ bool MessageWindow::TakeMouse(int event)
         if (held_ && held_ == hovered_) Press(*held_);
         held_.reset();
     }
-    redraw();
-    return true;
+    if (before != std::tuple(hovered_, held_, focus_)) redraw();
 }
 
 std::optional<std::size_t> MessageWindow::ButtonUnderMouse() const

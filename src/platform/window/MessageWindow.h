@@ -25,18 +25,19 @@ public:
 
 private:
     void draw() override;
+    void flush() override;
     int handle(int event) override;
 
     void DrawText();
     void DrawButton(std::size_t index);
     void DrawCaption(TextView caption, const Rectangle& place);
 
-    bool TakeKey();
-    bool PressByKey(TextView typed, bool withAlt);
+    void TakeKey();
+    void TakeCharacter();
     void MoveFocus(bool forward);
-    bool TakeMouse(int event);
+    void TakeMouse(int event);
     std::optional<std::size_t> ButtonUnderMouse() const;
-    void Press(std::size_t index) { answer_ = layout_.buttons[index].answer; }
+    void Press(std::size_t index);
     void Close();
 
     FormLayout layout_;
@@ -48,6 +49,7 @@ private:
     std::optional<std::size_t> hovered_;
     std::optional<std::int32_t> answer_;
     bool hasAppeared_ = false;
+    std::optional<unsigned long> keyboardBefore_;  // the window that had it
 };
 
 }  // namespace vmlib::window

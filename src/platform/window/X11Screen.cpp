@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <clocale>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <thread>
@@ -61,6 +62,18 @@ void AskForFrameSize(Window window)
     XSync(fl_display, False);
 }
 
+/// A server may start anew when its last client has left, perhaps an earlier message, and refuses connections meanwhile.
+Display* Connect()
+{
+    constexpr int tries = 5;
+    Display* display = XOpenDisplay(nullptr);
+    for (int i = 1; i < tries && !display; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        display = XOpenDisplay(nullptr);
+    }
+    return display;
+}
+
 [[noreturn]] void Leave(const char*, ...)
 {
     ::_exit(1);
@@ -70,15 +83,18 @@ void AskForFrameSize(Window window)
 
 bool OpenScreen()
 {
-    if (fl_display) return true;
+    static bool isOpen = false;
+    if (isOpen) return true;
+    if (fl_display) return false;  // of a host that uses FLTK itself: its connection is not for a child
     std::setlocale(LC_CTYPE, "");  // by which Xlib makes characters of keys
     XSetLocaleModifiers("@im=");
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });  // a request that failed changes nothing
     XSetIOErrorHandler([](Display*) -> int { ::_exit(1); });
     Fl::fatal = Leave;
-    Display* const display = XOpenDisplay(nullptr);
+    Display* const display = Connect();
     if (display) fl_open_display(display);
-    return display != nullptr;
+    isOpen = display != nullptr;
+    return isOpen;
 }
 
 Rectangle PrimaryScreen(bool isUsable)
@@ -101,7 +117,7 @@ int ScreenDpi()
     constexpr int usual = 96;
     const char* const value = XGetDefault(fl_display, "Xft", "dpi");
     const double dpi = value ? std::strtod(value, nullptr) : usual;
-    return dpi >= 48 && dpi <= 480 ? static_cast<int>(dpi + 0.5) : usual;
+    return dpi >= 48 && dpi <= 480 ? static_cast<int>(std::lround(dpi)) : usual;
 }
 
 bool HasWindowManager()
@@ -144,9 +160,13 @@ void DescribeDialog(unsigned long window, bool canClose)
                 {1 | 2, canClose ? move | close : move, border | title | menu, 0, 0});
 }
 
-void TakeKeyboard(unsigned long window)
+unsigned long TakeKeyboard(unsigned long window)
 {
+    Window before = None;
+    int revert;
+    XGetInputFocus(fl_display, &before, &revert);
     XSetInputFocus(fl_display, window, RevertToPointerRoot, CurrentTime);
+    return before;
 }
 
 }  // namespace vmlib::window

@@ -23,7 +23,8 @@ Rectangle FrameEdges();
 /// A dialog that is in front of its application and has no size of its own; without `canClose` it offers no Close.
 void DescribeDialog(unsigned long window, bool canClose);
 
-/// The keyboard is the window's: for a screen without a window manager, which would see to it.
-void TakeKeyboard(unsigned long window);
+/// Gives the window the keyboard, and returns the one that had it: for a screen without a window manager, which would
+/// see to it.
+unsigned long TakeKeyboard(unsigned long window);
 
 }  // namespace vmlib::window
