@@ -16,6 +16,7 @@ int main(int count, char** words)
         Session session(platform, ClassRegistry::Process(), std::cout, std::cerr);
         CommandLine line(session);
         AddDocumentCommands(line);
+        AddBaseCommand(line);
         AddStatusCommand(line);
         AddInfoCommand(line);
         AddQueryCommands(line);

@@ -78,6 +78,7 @@ protected:
         Session session(platform, classes, out, err);
         CommandLine line(session);
         AddDocumentCommands(line);
+        AddBaseCommand(line);
         AddStatusCommand(line);
         AddQueryCommands(line);
         AddLayoutCommands(line);
@@ -311,6 +312,21 @@ TEST_F(CommandsTest, UnknownCommandsAreNamed)
 {
     EXPECT_THAT(Run({"convert", "Kas.mdb"}).err, HasSubstr("unknown command convert"));
     EXPECT_THAT(Run({"layout", "print", "Kas.mdb"}).err, HasSubstr("unknown command print"));
+}
+
+TEST_F(CommandsTest, BaseDatabasesSayHowTheyOpened)
+{
+    const auto base = [this](const char* rights) {
+        return Run(
+            {"base", At("Kas.mdb"), "--type", "FACT", "--layout", At("layout.mdb"), "--rights", rights, "--json"});
+    };
+    EXPECT_EQ(Json::parse(base("2").out), Json::parse(R"({"rights":1,"version":1,"layoutVersion":1,"code":0})"));
+    EXPECT_EQ(Json::parse(base("0").out)["rights"], 0);
+    EXPECT_EQ(base("4").code, 2);
+    Must({"query", At("Kas.mdb"), "UPDATE Info SET Versie = 2"});
+    const Answer newer = base("0");
+    EXPECT_EQ(newer.code, 17);
+    EXPECT_THAT(newer.err, HasSubstr("nieuwer dan de versie van het programma"));
 }
 
 }  // namespace

@@ -108,7 +108,10 @@ TEST_F(ProgramTest, EveryHelpStartsWithAnExample)
                                                                                          {"layout", "export"},
                                                                                          {"check"},
                                                                                          {"call"},
-                                                                                         {"rpc"}}) {
+                                                                                         {"rpc"},
+                                                                                         {"base"},
+                                                                                         {"text"},
+                                                                                         {"message"}}) {
         auto words = command;
         words.push_back("--help");
         const Outcome help = Run(words);
@@ -131,12 +134,46 @@ TEST_F(ProgramTest, UsageErrorsAreCodeTwoAndGoToStandardError)
                                                {"export", "a.mdb", "T"},
                                                {"call", "MBF", "CVI", "i:x"},
                                                {"call", "X"},
+                                               {"text", "0x10"},
+                                               {"text", ""},
+                                               {"message", "x", "--style", "1e3"},
+                                               {"message", "x", "--button=a", "--button=b", "--button=c", "--button=d"},
                                                {"info", "a", "--password", "x;y"},
                                                {"info", "a", "--password", "x", "--no-password"}}) {
         const Outcome outcome = Run(words);
         EXPECT_EQ(outcome.code, 2) << (words.empty() ? "" : words[0]);
         EXPECT_THAT(outcome.out, IsEmpty());
         EXPECT_THAT(outcome.err, Not(IsEmpty()));
+    }
+}
+
+TEST_F(ProgramTest, TextsHaveNumbers)
+{
+    EXPECT_EQ(Must({"text", "30001"}).out, "Annuleren\n");
+    EXPECT_EQ(Must({"text", "20000", "--json"}).AsJson(), Json::parse(R"({"number":20000,"text":"Udskriv"})"));
+    EXPECT_EQ(Must({"text", "010003"}).out, "Number\n");
+    const Outcome missing = Run({"text", "10339"});
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(missing.out + "|" + missing.err, "|there is no text 10339\n");
+}
+
+TEST_F(ProgramTest, MessagesThatNobodyCanAnswerTakeTheSafeAnswer)
+{
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "1\n"},
+        {{"--style", "35"}, "2\n"},
+        {{"--style", "524324"}, "7\n"},
+        {{"--button", "&Opslaan", "--button", "Weg"}, "7\n"},
+        {{"--button", "&Opslaan", "--button", "Weg", "--yes"}, "6\n"},
+        {{"--style", "2", "--json"}, "{\"answer\":3}\n"},
+    };
+    for (const auto& [options, answer] : cases) {
+        std::vector<std::string> words = {"message", "Het bestand \u00E9\u00E9n is vol", "--title", "Kas"};
+        words.insert(words.end(), options.begin(), options.end());
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.out, answer);
+        const bool isAsked = options.empty() || options.back() != "--yes";
+        EXPECT_EQ(outcome.err, isAsked ? "Kas: Het bestand \u00E9\u00E9n is vol\n" : "");
     }
 }
 
