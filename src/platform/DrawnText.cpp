@@ -6,6 +6,8 @@ namespace vmlib {
 
 namespace {
 
+constexpr TextView blanks = u" \t";
+
 bool IsLineEnd(char16_t c)
 {
     return c == u'\r' || c == u'\n';
@@ -27,10 +29,11 @@ void BreakLine(TextView line, int width, const RunWidth& widthOf, std::vector<Te
     std::size_t start = 0, end = 0;  // of the line that is being filled
     int filled = 0;
     while (end < line.size()) {
-        const std::size_t word = std::min(line.find_first_not_of(u' ', end), line.size());
-        const std::size_t next = std::min(line.find(u' ', word), line.size());
+        const std::size_t word = std::min(line.find_first_not_of(blanks, end), line.size());
+        const std::size_t next = std::min(line.find_first_of(blanks, word), line.size());
         const int added = widthOf(line.substr(end, next - end));
-        if (filled > 0 && added > width - filled) {
+        const bool isBehindSomething = filled > 0 || word > end;
+        if (isBehindSomething && added > width - filled) {
             lines.push_back(line.substr(start, end - start));
             if (word == line.size()) return;
             start = word;

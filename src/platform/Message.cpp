@@ -19,7 +19,8 @@ struct ButtonSet
     std::int32_t safeAnswer;
 };
 
-constexpr StandardButton ok = {1, u"&OK"}, cancel = {2, u"&Annuleren"}, abort = {3, u"&Afbreken"},
+// OK and Cancel have keys of their own, Enter and Escape.
+constexpr StandardButton ok = {1, u"OK"}, cancel = {2, u"Annuleren"}, abort = {3, u"&Afbreken"},
                          retry = {4, u"&Opnieuw"}, ignore = {5, u"&Negeren"}, yes = {6, u"&Ja"}, no = {7, u"&Nee"},
                          none = {0, u""};
 

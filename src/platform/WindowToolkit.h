@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "platform/FormLayout.h"
@@ -12,12 +13,16 @@ class WindowToolkit : public Measures
 {
 public:
     /// Shows the form and waits for the answer; no value when the screen goes away meanwhile.
-    virtual std::optional<std::int32_t> Show(const FormLayout& layout) = 0;
+    /// @param onShown  called when the screen has it, and only a person is to be waited for
+    virtual std::optional<std::int32_t> Show(const FormLayout& layout, const std::function<void()>& onShown) = 0;
 };
 
 /// The function that the library exports under this name: a toolkit that lives as long as the process, null where there
 /// is no screen.
 using OpenWindowToolkit = WindowToolkit* (*)();
+/// The exit code of a process whose screen went away before it had anything on it: a server that started anew may be
+/// there at the next try.
+inline constexpr int screenLostEarly = 75;
 inline constexpr char openWindowToolkitName[] = "vmlib_open_window_toolkit";
 
 }  // namespace vmlib

@@ -121,14 +121,14 @@ TEST(DesktopTest, AsksAtTheTerminalUntilTheAnswerFits)
     ::waitpid(process, &status, 0);
     ::close(terminal);
     EXPECT_EQ(WEXITSTATUS(status), 7);
-    EXPECT_NE(shown.find("[J]a*  [N]ee  [A]nnuleren: "), shown.rfind("[J]a*  [N]ee  [A]nnuleren: ")) << shown;
+    EXPECT_NE(shown.find("[J]a*  [N]ee  Annuleren: "), shown.rfind("[J]a*  [N]ee  Annuleren: ")) << shown;
 }
 
 TEST(DesktopTest, TerminalShowsAccessKeysAndNoControlCharacters)
 {
     EXPECT_EQ(posix::QuestionText(StandardMessage(u"Weet u het\r\nzeker \u001b[2J?", 3 | 256, u"Vraag")),
-              "Vraag\nWeet u het\nzeker  [2J?\n[J]a  [N]ee*  [A]nnuleren: ");
-    EXPECT_EQ(posix::QuestionText(StandardMessage(u"Klaar", 0, u"")), "Klaar\n[O]K: ");
+              "Vraag\nWeet u het\nzeker  [2J?\n[J]a  [N]ee*  Annuleren: ");
+    EXPECT_EQ(posix::QuestionText(StandardMessage(u"Klaar", 0, u"")), "Klaar\nOK: ");
 }
 
 TEST(DesktopTest, TypedAnswersAreKeysCaptionsNumbersOrTheDefault)
@@ -149,8 +149,9 @@ TEST(DesktopTest, TypedAnswersAreKeysCaptionsNumbersOrTheDefault)
         {u"", 4 | 256, 7},
         {u"", 3 | 512, 2},
         {u"", 4 | 512, 6},
-        {u"a", 1, 2},
-        {u"o", 1, 1},
+        {u"annuleren", 1, 2},
+        {u"ok", 1, 1},
+        {u"a", 1, std::nullopt},
         {u"Negeren", 2, 5},
         {u"o", 2, 4},
         {u"A", 2, 3},

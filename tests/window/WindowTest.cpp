@@ -63,6 +63,8 @@ TEST_F(WindowTest, KeysAndClicksPressButtons)
         {"key Right Down Left Return", 7},
         {"key Escape", 2, 0, 2},
         {"key Escape n", 7},
+        {"key ctrl+Return alt+space alt+Tab super+Return j", 6, 1, 2},  // for the desktop
+        {"key ctrl+Escape alt+Escape j", 6, 1, 2},
         {"mousemove 250 120 click 1", 7},
         {"mousemove 250 120 mousedown 1 mousemove 150 120 mouseup 1 key j", 6},  // off the button
     };
@@ -98,6 +100,26 @@ TEST_F(WindowTest, TextStandsWhereTheLayoutHasIt)
         form.alignment = alignment;
         EXPECT_EQ(AnswerOf([&form](Measures&) { return form; }, look), 6);
     }
+}
+
+TEST_F(WindowTest, RightToLeftTextsStandInTheirOrder)
+{
+    // A full stop at the end is at the left of Hebrew words, and where the whole reads from right to left, of Latin ones.
+    const auto leftmost = [this](TextView text, bool readsRightToLeft) {
+        FormLayout form = Form();
+        form.text = text;
+        form.rightToLeft = readsRightToLeft;
+        int height = 0;
+        AnswerOf([&form](Measures&) { return form; },
+                 [&](const std::string& window) {
+                     const Rectangle ink = InkIn(window, {50, 6, 298, 55});
+                     height = InkIn(window, {ink.left, 6, ink.left + 2, 55}).Height();
+                     Tool("key j")(window);
+                 });
+        return height;
+    };
+    EXPECT_GT(leftmost(u"MMM.", false), 5);
+    EXPECT_LT(leftmost(u"MMM.", true), 4);
 }
 
 TEST_F(WindowTest, CloseAnswersWhereTheFormHasIt)

@@ -77,22 +77,29 @@ bool ReadWhole(int input, void* result, std::size_t size)
 
 bool RunInChild(const std::function<bool()>& work, void* result, std::size_t size)
 {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) return false;
-    const Descriptor input(ends[0]);
-    Descriptor output(ends[1]);
-    const pid_t parent = ::getpid(), child = ::fork();
-    if (child < 0) return false;
-    if (child == 0) WorkAndLeave(parent, output.Number(), work, result, size);
-    output = Descriptor();  // so that the child's end is seen
-    const bool isDone = ReadWhole(input.Number(), result, size);
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) continue;
-    return isDone;
+    constexpr int tries = 3;
+    constexpr useconds_t pause = 50000;
+    for (int i = 1;; ++i) {
+        int ends[2];
+        if (::pipe2(ends, O_CLOEXEC) != 0) return false;
+        const Descriptor input(ends[0]);
+        Descriptor output(ends[1]);
+        const pid_t parent = ::getpid(), child = ::fork();
+        if (child < 0) return false;
+        if (child == 0) WorkAndLeave(parent, output.Number(), work, result, size);
+        output = Descriptor();  // so that the child's end is seen
+        const bool isDone = ReadWhole(input.Number(), result, size);
+        int status = 0;
+        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+        const bool isWorthAnother = !isDone && WIFEXITED(status) && WEXITSTATUS(status) == tryAgainCode;
+        if (!isWorthAnother || i == tries) return isDone;
+        ::usleep(pause);
+    }
 }
 
-void LiftTimeLimit()
+void SetTimeLimit(unsigned seconds)
 {
-    ::alarm(0);
+    ::alarm(seconds);
 }
 
 }  // namespace vmlib::posix

@@ -12,6 +12,9 @@ namespace vmlib::posix {
 
 namespace {
 
+constexpr unsigned slowScreen = 15;  // seconds
+static_assert(screenLostEarly == tryAgainCode);
+
 constexpr char libraryName[] = "vmlib_window.so";
 
 /// The folder of the program or library that this code is part of.
@@ -47,8 +50,8 @@ std::optional<std::int32_t> ShowInWindow(const Desktop::Layouter& layOut)
     return ResultOfChild([&layOut]() -> std::optional<std::int32_t> {
         WindowToolkit* const toolkit = OpenToolkit();
         if (!toolkit) return std::nullopt;
-        LiftTimeLimit();
-        return toolkit->Show(layOut(*toolkit));
+        SetTimeLimit(slowScreen);  // it is there, perhaps at the end of a slow line
+        return toolkit->Show(layOut(*toolkit), [] { SetTimeLimit(0); });
     });
 }
 
@@ -57,6 +60,7 @@ std::optional<TwipsPoint> AskScreenTwips()
     return ResultOfChild([]() -> std::optional<TwipsPoint> {
         WindowToolkit* const toolkit = OpenToolkit();
         if (!toolkit) return std::nullopt;
+        SetTimeLimit(slowScreen);
         const Size screen = toolkit->ScreenSize();
         const TwipsPoint twips = toolkit->TwipsPerPixel();
         return TwipsPoint{screen.width * twips.x, screen.height * twips.y};

@@ -40,13 +40,13 @@ public:
                            [&lettering](TextView run) { return lettering.Width(run); });
     }
 
-    std::optional<std::int32_t> Show(const FormLayout& layout) override
+    std::optional<std::int32_t> Show(const FormLayout& layout, const std::function<void()>& onShown) override
     {
         const Lettering lettering(layout.font, dpi_);
         FormLayout fitted = FittedTo(layout, Room(), lettering.LineHeight(),
                                      [&lettering](TextView run) { return lettering.Width(run); });
         const Point place = PlaceOf(layout, fitted.client);
-        return MessageWindow(std::move(fitted), place, dpi_).Ask();
+        return MessageWindow(std::move(fitted), place, dpi_).Ask(onShown);
     }
 
 private:

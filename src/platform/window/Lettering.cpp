@@ -13,6 +13,8 @@
 #include <limits>
 #include <map>
 
+#include "platform/window/Bidi.h"
+
 namespace vmlib::window {
 
 namespace {
@@ -79,10 +81,11 @@ char32_t FirstCharacter(TextView text)
 
 }  // namespace
 
-Lettering::Lettering(Font font, int dpi)
+Lettering::Lettering(Font font, int dpi, bool readsRightToLeft)
     : font_(std::move(font)),
       face_(FaceNumber(ToUtf8(font_.face), font_)),
-      pixels_(std::max(1, (font_.points * dpi + 36) / 72))
+      pixels_(std::max(1, (font_.points * dpi + 36) / 72)),
+      readsRightToLeft_(readsRightToLeft)
 {
     fl_font(face_, pixels_);
     installed_ = fl_xftfont;
@@ -128,7 +131,7 @@ Lettering::Piece Lettering::TakePiece(TextView& run) const
         if (count > 0 && face != piece.face) break;
         piece.face = face;
         const std::size_t units = c > 0xFFFF ? 2 : 1;
-        if (c == u'\t')
+        if (c == u'\t' || c == u'\r' || c == u'\n')
             shown += u' ';
         else if (!IsControl(c))
             shown += run.substr(0, units);
@@ -148,6 +151,8 @@ int Lettering::SelectFor(const Piece& piece) const
 int Lettering::Width(TextView run) const
 {
     constexpr int widest = std::numeric_limits<int>::max() / 4;  // room for sums
+    const Text visual = InVisualOrder(run, readsRightToLeft_);
+    run = visual;
     int width = 0;
     while (!run.empty() && width < widest) width += SelectFor(TakePiece(run));
     return std::min(width, widest);
@@ -156,6 +161,8 @@ int Lettering::Width(TextView run) const
 void Lettering::Draw(TextView run, int left, int top, const Rectangle& seen) const
 {
     fl_push_clip(seen.left, seen.top, seen.Width(), seen.Height());
+    const Text visual = InVisualOrder(run, readsRightToLeft_);
+    run = visual;
     const int baseline = top + ascent_;
     int x = left;
     while (!run.empty() && x < seen.right) {

@@ -9,12 +9,13 @@
 namespace vmlib::window {
 
 /// Text measured and drawn with one font, or with the nearest one that is installed; characters that it lacks, with a
-/// font that has them. A tab counts and shows as a blank; other control characters are not there.
+/// font that has them. Tabs and line ends count and show as blanks; other control characters are not there.
 class Lettering
 {
 public:
-    /// @param dpi  pixels of an inch
-    Lettering(Font font, int dpi);
+    /// @param dpi               pixels of an inch
+    /// @param readsRightToLeft  the whole, not only words of scripts that do
+    Lettering(Font font, int dpi, bool readsRightToLeft = false);
 
     int LineHeight() const { return ascent_ + descent_; }
     int Ascent() const { return ascent_; }  // from the top of a line to the foot of its letters
@@ -40,6 +41,7 @@ private:
     Fl_Fontsize pixels_;
     void* installed_;  // the font library's
     int ascent_, descent_;
+    bool readsRightToLeft_;
 };
 
 }  // namespace vmlib::window

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "platform/Message.h"
+#include "platform/window/Bidi.h"
 #include "platform/window/ScreenFit.h"
 #include "platform/window/X11Screen.h"
 
@@ -59,7 +60,7 @@ std::optional<std::size_t> UnderlinedPlace(TextView caption)
 MessageWindow::MessageWindow(FormLayout layout, Point place, int dpi)
     : Fl_Double_Window(place.x, place.y, layout.client.width, layout.client.height),
       layout_(std::move(layout)),
-      lettering_(layout_.font, dpi),
+      lettering_(layout_.font, dpi, layout_.rightToLeft),
       icon_(DrawnIcon(layout_.icon, ground)),
       focus_(layout_.focus < layout_.buttons.size() ? layout_.focus : 0)
 {
@@ -73,13 +74,16 @@ MessageWindow::MessageWindow(FormLayout layout, Point place, int dpi)
     callback([](Fl_Widget*, void* window) { static_cast<MessageWindow*>(window)->Close(); }, this);
 }
 
-std::optional<std::int32_t> MessageWindow::Ask()
+std::optional<std::int32_t> MessageWindow::Ask(const std::function<void()>& onShown)
 {
     // A window manager takes a first look as soon as the window is there; it waits until everything is.
     XGrabServer(fl_display);
     show();
     DescribeDialog(fl_xid(this), layout_.canClose);
     XUngrabServer(fl_display);
+    XSync(fl_display, False);  // the server has it, whenever a window manager lets it be seen
+    HoldScreen();
+    onShown();
     while (!answer_ && shown()) Fl::wait();
     if (keyboardBefore_) TakeKeyboard(*keyboardBefore_);
     hide();
@@ -139,7 +143,7 @@ void MessageWindow::DrawButton(std::size_t index)
         Frame(Inner(button.place, 4));
         fl_line_style(FL_SOLID);
     }
-    DrawCaption(button.caption, Inner(button.place, 3));
+    DrawCaption(button.caption, Inner(button.place, 6));
 }
 
 /// In the middle; from its beginning where it does not fit.
@@ -151,7 +155,8 @@ void MessageWindow::DrawCaption(TextView caption, const Rectangle& place)
     const int left = place.left + std::max(0, place.Width() - lettering_.Width(shown)) / 2;
     const int top = place.top + (place.Height() - lineHeight) / 2;
     lettering_.Draw(shown, left, top, place);
-    if (const auto key = UnderlinedPlace(caption)) {
+    const bool isReordered = InVisualOrder(shown, layout_.rightToLeft) != shown;
+    if (const auto key = UnderlinedPlace(caption); key && !isReordered) {
         const int start = left + lettering_.Width(TextView(shown).substr(0, *key));
         const int end = start + lettering_.Width(TextView(shown).substr(*key, 1)) - 1;
         const int baseline = top + lettering_.Ascent();
@@ -184,6 +189,11 @@ int MessageWindow::handle(int event)
 
 void MessageWindow::TakeKey()
 {
+    const bool isPlain = !Fl::event_state(FL_CTRL | FL_META | FL_ALT);
+    if (!isPlain) {  // combinations are for the desktop, but for Alt with an access key
+        if (!Fl::event_state(FL_CTRL | FL_META)) TakeCharacter();
+        return;
+    }
     switch (Fl::event_key()) {
         case FL_Escape:
             if (layout_.cancel) Press(*layout_.cancel);
@@ -205,7 +215,7 @@ void MessageWindow::TakeKey()
             MoveFocus(false);
             break;
         default:
-            if (!Fl::event_state(FL_CTRL | FL_META)) TakeCharacter();
+            TakeCharacter();
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <FL/Fl_Double_Window.H>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -21,7 +22,8 @@ public:
     MessageWindow(FormLayout layout, Point place, int dpi);
 
     /// Shows it until it is answered; no value when the screen's owner takes it away.
-    std::optional<std::int32_t> Ask();
+    /// @param onShown  called once the server has the window
+    std::optional<std::int32_t> Ask(const std::function<void()>& onShown);
 
 private:
     void draw() override;

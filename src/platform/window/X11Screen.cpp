@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/WindowToolkit.h"
+
 namespace vmlib::window {
 
 namespace {
@@ -62,7 +64,8 @@ void AskForFrameSize(Window window)
     XSync(fl_display, False);
 }
 
-/// A server may start anew when its last client has left, perhaps an earlier message, and refuses connections meanwhile.
+/// A server may start anew when its last client has left, perhaps an earlier message. It refuses connections meanwhile,
+/// or drops them soon after.
 Display* Connect()
 {
     constexpr int tries = 5;
@@ -72,6 +75,13 @@ Display* Connect()
         display = XOpenDisplay(nullptr);
     }
     return display;
+}
+
+bool isHeld = false;
+
+[[noreturn]] void LeaveScreen()
+{
+    ::_exit(isHeld ? 1 : screenLostEarly);
 }
 
 [[noreturn]] void Leave(const char*, ...)
@@ -89,12 +99,17 @@ bool OpenScreen()
     std::setlocale(LC_CTYPE, "");  // by which Xlib makes characters of keys
     XSetLocaleModifiers("@im=");
     XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });  // a request that failed changes nothing
-    XSetIOErrorHandler([](Display*) -> int { ::_exit(1); });
+    XSetIOErrorHandler([](Display*) -> int { LeaveScreen(); });
     Fl::fatal = Leave;
     Display* const display = Connect();
     if (display) fl_open_display(display);
     isOpen = display != nullptr;
     return isOpen;
+}
+
+void HoldScreen()
+{
+    isHeld = true;
 }
 
 Rectangle PrimaryScreen(bool isUsable)

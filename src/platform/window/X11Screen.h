@@ -7,6 +7,8 @@ namespace vmlib::window {
 
 /// False when it cannot be reached. The process ends without further ado when it goes away.
 bool OpenScreen();
+/// From now on a screen that goes away is gone; before, it is worth another try (screenLostEarly).
+void HoldScreen();
 
 /// Of the primary screen, within all that the server has; without what panels occupy when `isUsable`.
 Rectangle PrimaryScreen(bool isUsable);
