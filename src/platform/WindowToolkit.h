@@ -19,7 +19,8 @@ public:
 
 /// The function that the library exports under this name: a toolkit that lives as long as the process, null where there
 /// is no screen.
-using OpenWindowToolkit = WindowToolkit* (*)();
+/// @param onReached  called when the screen has answered; what then follows may take a while on a slow line
+using OpenWindowToolkit = WindowToolkit* (*)(void (*onReached)());
 /// The exit code of a process whose screen went away before it had anything on it: a server that started anew may be
 /// there at the next try.
 inline constexpr int screenLostEarly = 75;

@@ -12,7 +12,7 @@ namespace vmlib::posix {
 
 namespace {
 
-constexpr unsigned slowScreen = 15;  // seconds
+constexpr unsigned slowScreen = 30;  // seconds, once it has answered: it may be at the end of a slow line
 static_assert(screenLostEarly == tryAgainCode);
 
 constexpr char libraryName[] = "vmlib_window.so";
@@ -40,7 +40,7 @@ WindowToolkit* OpenToolkit()
     void* const library = LoadLibrary();
     if (!library) return nullptr;
     const auto open = reinterpret_cast<OpenWindowToolkit>(::dlsym(library, openWindowToolkitName));
-    return open ? open() : nullptr;
+    return open ? open([] { SetTimeLimit(slowScreen); }) : nullptr;
 }
 
 }  // namespace
@@ -50,7 +50,6 @@ std::optional<std::int32_t> ShowInWindow(const Desktop::Layouter& layOut)
     return ResultOfChild([&layOut]() -> std::optional<std::int32_t> {
         WindowToolkit* const toolkit = OpenToolkit();
         if (!toolkit) return std::nullopt;
-        SetTimeLimit(slowScreen);  // it is there, perhaps at the end of a slow line
         return toolkit->Show(layOut(*toolkit), [] { SetTimeLimit(0); });
     });
 }
@@ -60,7 +59,6 @@ std::optional<TwipsPoint> AskScreenTwips()
     return ResultOfChild([]() -> std::optional<TwipsPoint> {
         WindowToolkit* const toolkit = OpenToolkit();
         if (!toolkit) return std::nullopt;
-        SetTimeLimit(slowScreen);
         const Size screen = toolkit->ScreenSize();
         const TwipsPoint twips = toolkit->TwipsPerPixel();
         return TwipsPoint{screen.width * twips.x, screen.height * twips.y};

@@ -87,9 +87,9 @@ private:
 
 }  // namespace vmlib::window
 
-extern "C" __attribute__((visibility("default"))) vmlib::WindowToolkit* vmlib_open_window_toolkit()
+extern "C" __attribute__((visibility("default"))) vmlib::WindowToolkit* vmlib_open_window_toolkit(void (*onReached)())
 {
-    if (!vmlib::window::OpenScreen()) return nullptr;
+    if (!vmlib::window::OpenScreen(onReached)) return nullptr;
     static vmlib::window::FltkToolkit toolkit;
     return &toolkit;
 }

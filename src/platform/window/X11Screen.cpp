@@ -91,7 +91,7 @@ bool isHeld = false;
 
 }  // namespace
 
-bool OpenScreen()
+bool OpenScreen(void (*onReached)())
 {
     static bool isOpen = false;
     if (isOpen) return true;
@@ -102,9 +102,11 @@ bool OpenScreen()
     XSetIOErrorHandler([](Display*) -> int { LeaveScreen(); });
     Fl::fatal = Leave;
     Display* const display = Connect();
-    if (display) fl_open_display(display);
-    isOpen = display != nullptr;
-    return isOpen;
+    if (!display) return false;
+    onReached();
+    fl_open_display(display);
+    isOpen = true;
+    return true;
 }
 
 void HoldScreen()

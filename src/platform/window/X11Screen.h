@@ -6,7 +6,8 @@
 namespace vmlib::window {
 
 /// False when it cannot be reached. The process ends without further ado when it goes away.
-bool OpenScreen();
+/// @param onReached  called when the server has answered, before everything that is asked of it
+bool OpenScreen(void (*onReached)());
 /// From now on a screen that goes away is gone; before, it is worth another try (screenLostEarly).
 void HoldScreen();
 
