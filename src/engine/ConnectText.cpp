@@ -78,10 +78,12 @@ LocaleText LocaleText::Parse(TextView text)
         if (!pair) throw Error(ErrorNumber::InvalidLocale);
         if (EqualIgnoringCase(pair->first, u"PWD")) {
             result.password = Text(pair->second);
+            result.givesPassword = true;
             continue;
         }
         const auto number = Number(pair->second);
         if (!number) throw Error(ErrorNumber::InvalidLocale);
+        result.givesLocale = result.givesLocale || EqualIgnoringCase(pair->first, u"LANGID");
         if (EqualIgnoringCase(pair->first, u"LANGID"))
             result.locale.langid = *number;
         else if (EqualIgnoringCase(pair->first, u"CP"))

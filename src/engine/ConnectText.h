@@ -22,6 +22,8 @@ struct LocaleText
 {
     jet::SortLocale locale;
     Text password;
+    bool givesLocale = false;    // there is a LANGID
+    bool givesPassword = false;  // there is a PWD, perhaps an empty one
 
     /// Keys ignore case. @throws Error 3424 when a part is not understood
     static LocaleText Parse(TextView text);

@@ -1,5 +1,6 @@
 #include "engine/DbEngine.h"
 
+#include "engine/Maintenance.h"
 #include "engine/PropertyObject.h"
 
 namespace vmlib::engine {
@@ -52,14 +53,15 @@ std::shared_ptr<DatabaseObject> DbEngine::CreateDatabase(const Text& name, Optio
     return First().CreateDatabase(name, std::move(locale), std::move(option));
 }
 
-void DbEngine::CompactDatabase(const Text&, const Text&, Optional, Optional, Optional)
+void DbEngine::CompactDatabase(const Text& source, const Text& destination, Optional locale, Optional options,
+                               Optional sourceLocale)
 {
-    throw Error(ErrorNumber::NotSupported);
+    Compact(*TheSession(), source, destination, locale, options, sourceLocale);
 }
 
-void DbEngine::RepairDatabase(const Text&)
+void DbEngine::RepairDatabase(const Text& name)
 {
-    throw Error(ErrorNumber::NotSupported);
+    Repair(*TheSession(), name);
 }
 
 void DbEngine::Idle(Optional) {}

@@ -28,6 +28,8 @@ public:
     Variant Guarded(TextView typeName, const std::function<Variant()>& call);
 
     const std::vector<Error>& LastErrors() const { return lastErrors_; }
+    /// Of an operation that did what it was asked, but not with everything: a repair.
+    void NoteErrors(std::vector<Error> errors) { lastErrors_ = std::move(errors); }
 
 private:
     Files& files_;

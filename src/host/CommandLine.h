@@ -54,6 +54,7 @@ void AddStatusCommand(CommandLine& line);
 void AddQueryCommands(CommandLine& line);  // query, export
 void AddInfoCommand(CommandLine& line);
 void AddCheckCommand(CommandLine& line);
+void AddRepairCommands(CommandLine& line);  // repair, compact
 void AddLayoutCommands(CommandLine& line);
 void AddClassCommands(CommandLine& line);  // call, rpc
 void AddSettingsCommand(CommandLine& line);

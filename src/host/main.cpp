@@ -22,6 +22,7 @@ int main(int count, char** words)
         AddQueryCommands(line);
         AddLayoutCommands(line);
         AddCheckCommand(line);
+        AddRepairCommands(line);
         AddClassCommands(line);
         AddSettingsCommand(line);
         AddMessageCommands(line);

@@ -115,6 +115,13 @@ bool HeaderPage::HasPassword() const
     return plain_[passwordAt] != 0;
 }
 
+bool HeaderPage::HasPossiblePassword() const
+{
+    const auto stored = std::span(plain_).subspan(passwordAt, passwordSize);
+    const auto end = std::ranges::find_if(stored, [](std::uint8_t byte) { return byte < 0x20; });
+    return std::all_of(end, stored.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
 bool HeaderPage::Accepts(TextView password) const
 {
     if (!HasPassword()) return true;
@@ -153,6 +160,11 @@ void HeaderPage::SetPassword(std::span<std::uint8_t, pageSize> page, TextView pa
     for (std::size_t i = 0; i < passwordSize; ++i) {
         page[maskedAt + passwordAt + i] = static_cast<std::uint8_t>((*bytes)[i] ^ Mask()[passwordAt + i]);
     }
+}
+
+void HeaderPage::CopyPassword(std::span<const std::uint8_t, pageSize> from, std::span<std::uint8_t, pageSize> to)
+{
+    std::copy_n(from.begin() + maskedAt + passwordAt, passwordSize, to.begin() + maskedAt + passwordAt);
 }
 
 }  // namespace vmlib::jet

@@ -58,6 +58,8 @@ public:
     /// True for pages 2 to 5, the last two in either order.
     bool NamesSystemTables() const;
     bool HasPassword() const;
+    /// False when what stands for the password is none: control characters, or anything behind its end.
+    bool HasPossiblePassword() const;
     /// True for the right password; any is right where there is none.
     bool Accepts(TextView password) const;
 
@@ -68,6 +70,8 @@ public:
     /// "" removes it. @throws Error 3031 when it is longer than 14 characters or has one without a byte in code page
     /// 1252
     static void SetPassword(std::span<std::uint8_t, pageSize> page, TextView password);
+    /// Takes over the password of another file as it stands there, whatever it is.
+    static void CopyPassword(std::span<const std::uint8_t, pageSize> from, std::span<std::uint8_t, pageSize> to);
 
 private:
     static constexpr std::size_t maskedAt = 0x18, maskedSize = 126;

@@ -74,7 +74,9 @@ std::int32_t Signed(std::uint32_t number)
     return static_cast<std::int32_t>(number);
 }
 
-void InsertObjects(Table& table, Date now)
+}  // namespace
+
+std::vector<Row> ObjectsOfNewFile(Date now)
 {
     using namespace system;
     const struct
@@ -93,8 +95,9 @@ void InsertObjects(Table& table, Date now)
         {Signed(queriesTablePage), tablesContainer, queries, tableType, engineSid},
         {Signed(relationshipsTablePage), tablesContainer, relationships, tableType, engineSid},
     };
+    std::vector<Row> all;
     for (const auto& row : rows) {
-        Row values(object::count);
+        Row& values = all.emplace_back(object::count);
         values[object::id] = row.id;
         values[object::parentId] = row.parent;
         values[object::name] = ToAnsi(row.name);
@@ -102,11 +105,11 @@ void InsertObjects(Table& table, Date now)
         values[object::dateCreate] = values[object::dateUpdate] = now;
         values[object::owner] = row.owner;
         values[object::flags] = Signed(systemFlags);
-        table.Insert(values);
     }
+    return all;
 }
 
-void InsertRights(Table& table)
+std::vector<Row> RightsOfNewFile()
 {
     using namespace system;
     const struct
@@ -133,19 +136,18 @@ void InsertRights(Table& table)
         {tablesContainer, usersSid, 0xFFFFF, true},
         {relationshipsContainer, usersSid, 0xFFFFF, true},
     };
+    std::vector<Row> all;
     for (const auto& row : rows) {
-        Row values(ace::count);
+        Row& values = all.emplace_back(ace::count);
         values[ace::objectId] = row.id;
         values[ace::sid] = row.sid;
         values[ace::acm] = row.rights;
         values[ace::inheritable] = row.inheritable;
-        table.Insert(values);
     }
+    return all;
 }
 
-}  // namespace
-
-void LayDownNewFile(Pager& pager, const SortLocale& locale, TextView password, Date now)
+std::vector<TableDefinition> LayDownSystemTables(Pager& pager, const SortLocale& locale, TextView password)
 {
     HeaderPage::Make(pager.Extend().Bytes(), locale, password);
     LayDownFileMaps(pager);
@@ -158,10 +160,17 @@ void LayDownNewFile(Pager& pager, const SortLocale& locale, TextView password, D
         LayDownTable(pager, allocator, table, sharedMaps);
         if (table.page == acesTablePage) sharedMaps = table.ownedMap;
     }
+    return tables;
+}
+
+void LayDownNewFile(Pager& pager, const SortLocale& locale, TextView password, Date now)
+{
+    const std::vector<TableDefinition> tables = LayDownSystemTables(pager, locale, password);
+    PageAllocator allocator(pager);
     Table objects(pager, allocator, tables[0]);
-    InsertObjects(objects, now);
+    for (const Row& row : ObjectsOfNewFile(now)) objects.Insert(row);
     Table aces(pager, allocator, tables[1]);
-    InsertRights(aces);
+    for (const Row& row : RightsOfNewFile()) aces.Insert(row);
 }
 
 }  // namespace vmlib::jet

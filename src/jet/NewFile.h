@@ -10,4 +10,11 @@ namespace vmlib::jet {
 /// @throws Error 3424, 3031
 void LayDownNewFile(Pager& pager, const SortLocale& locale, TextView password, Date now);
 
+/// The same with system tables that are still empty: their definitions, in the order of their pages.
+std::vector<TableDefinition> LayDownSystemTables(Pager& pager, const SortLocale& locale, TextView password);
+
+/// What MSysObjects and MSysACEs of an empty database hold.
+std::vector<Row> ObjectsOfNewFile(Date now);
+std::vector<Row> RightsOfNewFile();
+
 }  // namespace vmlib::jet

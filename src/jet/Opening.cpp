@@ -57,23 +57,6 @@ Error OpeningError(Files& files, const FileError& fault, bool exclusive)
     }
 }
 
-void RequireFormat(std::span<const std::uint8_t> header, const Text& path)
-{
-    constexpr auto number = ErrorNumber::UnrecognizedFormat;
-    switch (HeaderPage::FaultOf(header)) {
-        case HeaderFault::None:
-            return;
-        case HeaderFault::NotJet:
-            throw Error(number, {path});
-        case HeaderFault::Format4:
-            throw Because(number, path, u"the file has format 4 of a later engine");
-        case HeaderFault::Unknown:
-            throw Because(number, path, u"the file has the format of an unknown engine");
-        case HeaderFault::Encrypted:
-            throw Because(number, path, u"the file is encrypted");
-    }
-}
-
 // A slot that says "writing" may be another program's that will have done in a moment, unless the file is held
 // exclusively.
 void RequireNoDamageMark(OpenFile& file, const Text& path, bool shared)
@@ -94,6 +77,23 @@ void RequireNoDamageMark(OpenFile& file, const Text& path, bool shared)
 }
 
 }  // namespace
+
+void RequireFormat(std::span<const std::uint8_t> header, const Text& path)
+{
+    constexpr auto number = ErrorNumber::UnrecognizedFormat;
+    switch (HeaderPage::FaultOf(header)) {
+        case HeaderFault::None:
+            return;
+        case HeaderFault::NotJet:
+            throw Error(number, {path});
+        case HeaderFault::Format4:
+            throw Because(number, path, u"the file has format 4 of a later engine");
+        case HeaderFault::Unknown:
+            throw Because(number, path, u"the file has the format of an unknown engine");
+        case HeaderFault::Encrypted:
+            throw Because(number, path, u"the file is encrypted");
+    }
+}
 
 FileFacts RequireFile(Files& files, TextView path)
 {

@@ -4,9 +4,10 @@
 #include "fuzz/PageParts.h"
 #include "fuzz/SmallDocument.h"
 #include "jet/Check.h"
+#include "jet/Salvage.h"
 
-// A document with damage anywhere: opened, checked, read whole, changed. Everything ends, with an Error at worst. What
-// the check finds sound stays sound whatever is done with it.
+// A document with damage anywhere: repaired, opened, checked, read whole, changed. Everything ends, with an Error at
+// worst. What the check finds sound stays sound whatever is done with it, and so does what a repair makes.
 namespace vmlib::fuzz {
 
 using namespace jet;
@@ -145,10 +146,32 @@ void ReadAll(Database& database)
     });
 }
 
+/// What a repair makes of the file is sound; one that it cannot repair stays as it is.
+void Repair(const Bytes& file)
+{
+    test::MemoryFiles files;
+    files.Put(documentPath, file);
+    try {
+        Salvage(
+            files, u"Z:\\", [] { return Date{45000.25}; }, documentPath);
+    } catch (const Error& error) {
+        Promise(error.Is(ErrorNumber::CannotRepair) || error.Is(ErrorNumber::UnrecognizedFormat),
+                "a repair that fails says that it cannot");
+        Promise(files.Contents(documentPath) == file, "a file that is not repaired stays as it is");
+        return;
+    }
+    Workspace workspace = WorkspaceOn(files);
+    const auto database = Open(workspace, false);
+    if (!database) return;  // the header was damaged where the password stands
+    const auto faults = FaultsOf(*database);
+    if (!faults.empty()) throw Broken{"a repaired file is sound: " + faults.front()};
+}
+
 void Run(std::string_view input)
 {
     Bytes file = SmallDocument();
     for (const ByteEdit& edit : ParseEdits(input)) Parts().Apply(edit, file);
+    Repair(file);
     test::MemoryFiles files;
     files.Put(documentPath, file);
     Workspace workspace = WorkspaceOn(files);
