@@ -51,6 +51,7 @@ private:
 void AddDocumentCommands(CommandLine& line);  // open, save, release, create, error
 void AddBaseCommand(CommandLine& line);
 void AddStatusCommand(CommandLine& line);
+void AddConvertCommand(CommandLine& line);
 void AddQueryCommands(CommandLine& line);  // query, export
 void AddInfoCommand(CommandLine& line);
 void AddCheckCommand(CommandLine& line);

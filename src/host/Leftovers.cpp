@@ -3,13 +3,13 @@
 #include <algorithm>
 
 #include "automation/ResumeNext.h"
+#include "host/ConvertBackup.h"
+#include "host/ConvertFolder.h"
 #include "host/Info.h"
 
 namespace vmlib::host {
 
 namespace {
-
-constexpr TextView conversionCopy = u"ConKopie.tmp";
 
 Text FolderOf(TextView path)
 {
@@ -48,6 +48,7 @@ void FindBeside(const Listing& listing, TextView name, std::vector<Leftover>& fo
         const TextView rest = TextView(candidate).substr(name.size());
         for (const auto& [mark, kind] : marksBeside)
             if (rest.starts_with(mark)) found.push_back({listing.folder + candidate, kind});
+        if (IsBackupMark(rest)) found.push_back({listing.folder + candidate, "backup"});
     }
 }
 
@@ -62,6 +63,12 @@ bool IsTemporary(TextView name)
     const bool isBeside = std::any_of(std::begin(marksBeside), std::end(marksBeside),
                                       [&](const auto& entry) { return name.find(entry.mark) != TextView::npos; });
     return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy) || IsSortFile(name));
+}
+
+/// One that lies where conversions make it, or that was moved aside there.
+bool IsConversionCopy(TextView name)
+{
+    return EqualIgnoringCase(name, conversionCopy) || StartsWithIgnoringCase(name, asideCopyStart);
 }
 
 /// What a file of the temporary folder says of itself.
@@ -99,6 +106,22 @@ bool IsSameFile(Session& session, TextView left, TextView right)
     return isSame;
 }
 
+/// What a batch that was killed left in a folder of its own: copies that name the document, and what names none.
+void FindAbandoned(Session& session, TextView document, const Text& temporaryFolder, std::vector<Leftover>& found)
+{
+    for (const Text& folder : AbandonedFolders(session.platform.files, temporaryFolder)) {
+        const Listing listing = List(session, folder);
+        for (const Text& name : listing.names) {
+            const Copy copy = ReadCopy(session, folder + name);
+            if (!copy.document.empty() && !IsSameFile(session, copy.document, document)) continue;
+            const char* const kind = copy.document.empty()    ? "temporary"
+                                     : IsConversionCopy(name) ? "conversion copy"
+                                                              : "working copy";
+            found.push_back({folder + name, kind});
+        }
+    }
+}
+
 void FindCopies(Session& session, TextView document, std::vector<Leftover>& found)
 {
     const auto folder = session.platform.system.TemporaryFolder();
@@ -109,7 +132,7 @@ void FindCopies(Session& session, TextView document, std::vector<Leftover>& foun
         const Text path = *folder + name;
         if (!IsTemporary(name) || IsSameFile(session, path, document)) continue;
         const Copy copy = ReadCopy(session, path);
-        const bool isConversion = EqualIgnoringCase(name, conversionCopy);
+        const bool isConversion = IsConversionCopy(name);
         if (!copy.isFree) continue;
         if (copy.document.empty())
             found.push_back({path, isConversion ? "conversion copy" : "temporary", true});
@@ -121,6 +144,7 @@ void FindCopies(Session& session, TextView document, std::vector<Leftover>& foun
         for (Leftover& beside : found)
             if (copy.document.empty() && beside.path.starts_with(path)) beside.isHalfMade = true;
     }
+    FindAbandoned(session, document, *folder, found);
 }
 
 }  // namespace

@@ -21,6 +21,8 @@ struct Leftover
 ///     Kas.mdb-journal                  the engine's journal
 ///     Kas.mdb-new-1A2B                 an unfinished copy
 ///     Kas.mdb-backup-20240305-060000   a backup
+///     Kas.mdb-v1.bak                   a backup that a conversion made
+///     TMPDIR\vmlib-convert-Ab3dEf\     what a conversion of many documents was at when it was killed
 ///
 /// A file that somebody holds open is somebody's work and no leftover.
 std::vector<Leftover> FindLeftovers(Session& session, TextView document);
@@ -31,5 +33,9 @@ void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType);
 
 inline constexpr TextView journalMark = u"-journal";
 inline constexpr TextView backupMark = u"-backup-";
+
+/// The working copy of a conversion, and the start of its name after it was moved aside.
+inline constexpr TextView conversionCopy = u"ConKopie.tmp";
+inline constexpr TextView asideCopyStart = u"~ConKopie-";
 
 }  // namespace vmlib::host

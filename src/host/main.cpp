@@ -18,6 +18,7 @@ int main(int count, char** words)
         AddDocumentCommands(line);
         AddBaseCommand(line);
         AddStatusCommand(line);
+        AddConvertCommand(line);
         AddInfoCommand(line);
         AddQueryCommands(line);
         AddLayoutCommands(line);

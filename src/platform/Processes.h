@@ -6,6 +6,8 @@
 
 namespace vmlib {
 
+class Batch;
+
 /// Other programs, and the end of this one.
 class Processes
 {
@@ -24,6 +26,9 @@ public:
 
     /// Ends the hosting application at once, without its clean-up; what it has printed is out.
     [[noreturn]] virtual void EndApplication() = 0;
+
+    /// Null where the platform has nothing for long batches: one process then does all.
+    virtual Batch* LongBatch() { return nullptr; }
 };
 
 /// Exit code of an application that EndApplication ended.

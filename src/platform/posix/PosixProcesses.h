@@ -8,6 +8,7 @@
 
 #include "platform/Files.h"
 #include "platform/Processes.h"
+#include "platform/posix/PosixBatch.h"
 
 namespace vmlib::posix {
 
@@ -28,6 +29,7 @@ public:
     std::int32_t Start(TextView commandLine, std::int16_t windowStyle) override;
     void WaitFor(std::int32_t process) override;
     [[noreturn]] void EndApplication() override;
+    Batch* LongBatch() override { return &batch_; }
 
 private:
     std::string FindProgram(TextView program);
@@ -35,6 +37,7 @@ private:
     void Remember(pid_t process);
 
     Files& files_;
+    PosixBatch batch_{files_};
     std::mutex mutex_;
     std::vector<pid_t> started_;  // and perhaps ended, but nobody has waited for them
 };
