@@ -101,7 +101,11 @@ protected:
     using Deeds = std::function<void(const std::string& window)>;
     static Deeds Tool(const std::string& commands)
     {
-        return [commands](const std::string&) { EXPECT_EQ(std::system(("xdotool " + commands).c_str()), 0); };
+        return [command = "xdotool " + commands](const std::string&) {
+            // On a busy machine it does not always reach the server, and has then done nothing.
+            const bool isDone = std::system(command.c_str()) == 0 || std::system(command.c_str()) == 0;
+            EXPECT_TRUE(isDone) << command;
+        };
     }
 
     /// Shows a form, does something to it, and returns the answer.
