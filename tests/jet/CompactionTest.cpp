@@ -1,5 +1,6 @@
 #include "jet/Compaction.h"
 #include "jet/FileContents.h"
+#include "jet/GenuineTables.h"
 #include "jet/HeaderPage.h"
 #include "jet/MdbExport.h"
 #include "jet/SampleDocument.h"
@@ -258,12 +259,7 @@ TEST_P(GenuineCompaction, KeepsEveryRow)
         if (entry.type == 1) CompareWithMdbExport(*to->OpenTable(entry.name), folder_.Native("new.mdb"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, GenuineCompaction,
-                         testing::Values("testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb",
-                                         "employee.mdb"),
-                         [](const auto& info) {
-                             return std::string(info.param).substr(0, std::string(info.param).find('.'));
-                         });
+INSTANTIATE_TEST_SUITE_P(Files, GenuineCompaction, GenuineFileNames(), GenuineCaseName);
 
 }  // namespace
 }  // namespace vmlib::jet

@@ -111,9 +111,7 @@ TEST_P(GenuineTable, RowsAreWrittenAsTheyStand)
     EXPECT_EQ(older, GetParam() == std::string("employee.mdb") ? 10021u : 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, GenuineTable, GenuineFileNames(), [](const auto& info) {
-    return std::string(info.param).substr(0, std::string(info.param).find('.'));
-});
+INSTANTIATE_TEST_SUITE_P(Files, GenuineTable, GenuineFileNames(), GenuineCaseName);
 
 }  // namespace
 }  // namespace vmlib::jet

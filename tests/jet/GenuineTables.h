@@ -46,4 +46,10 @@ inline auto GenuineFileNames()
                            "employee.mdb");
 }
 
+/// The name of a case with one of them: without the extension.
+inline std::string GenuineCaseName(const testing::TestParamInfo<const char*>& file)
+{
+    return std::filesystem::path(file.param).stem().string();
+}
+
 }  // namespace vmlib::jet

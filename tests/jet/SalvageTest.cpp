@@ -2,6 +2,7 @@
 
 #include "core/ByteOrder.h"
 #include "jet/FileContents.h"
+#include "jet/GenuineTables.h"
 #include "jet/RowCodec.h"
 #include "jet/RowStore.h"
 #include "jet/Salvage.h"
@@ -441,12 +442,7 @@ TEST_P(GenuineSalvage, LosesNothingOfASoundFileEvenWhenItIsBuiltAnew)
     EXPECT_EQ(Sorted(ContentsOf(*database)), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, GenuineSalvage,
-                         testing::Values("testV1997.mdb", "test2V1997.mdb", "indexTestV1997.mdb", "queryTestV1997.mdb",
-                                         "employee.mdb"),
-                         [](const auto& info) {
-                             return std::string(info.param).substr(0, std::string(info.param).find('.'));
-                         });
+INSTANTIATE_TEST_SUITE_P(Files, GenuineSalvage, GenuineFileNames(), GenuineCaseName);
 
 }  // namespace
 }  // namespace vmlib::jet
