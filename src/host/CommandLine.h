@@ -48,6 +48,9 @@ private:
     std::vector<std::string> textArguments_;
 };
 
+/// All that follow, in the order in which the help names them.
+void AddCommands(CommandLine& line);
+
 void AddDocumentCommands(CommandLine& line);  // open, save, release, create, error
 void AddBaseCommand(CommandLine& line);
 void AddStatusCommand(CommandLine& line);

@@ -15,18 +15,7 @@ int main(int count, char** words)
                         Locale::Named(platform.system.DateLocaleName()));
         Session session(platform, ClassRegistry::Process(), std::cout, std::cerr);
         CommandLine line(session);
-        AddDocumentCommands(line);
-        AddBaseCommand(line);
-        AddStatusCommand(line);
-        AddConvertCommand(line);
-        AddInfoCommand(line);
-        AddQueryCommands(line);
-        AddLayoutCommands(line);
-        AddCheckCommand(line);
-        AddRepairCommands(line);
-        AddClassCommands(line);
-        AddSettingsCommand(line);
-        AddMessageCommands(line);
+        AddCommands(line);
         return line.Run({words + 1, words + count});
     } catch (const std::exception& error) {
         std::cerr << "error 51: " << error.what() << "\n";

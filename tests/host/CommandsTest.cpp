@@ -77,12 +77,7 @@ protected:
         ClassRegistry classes;
         Session session(platform, classes, out, err);
         CommandLine line(session);
-        AddDocumentCommands(line);
-        AddBaseCommand(line);
-        AddStatusCommand(line);
-        AddQueryCommands(line);
-        AddLayoutCommands(line);
-        AddCheckCommand(line);
+        AddCommands(line);
         const int code = line.Run(std::move(words));
         std::cin.rdbuf(standardInput);
         return {code, out.str(), err.str()};
@@ -310,7 +305,7 @@ TEST_F(CommandsTest, LayoutTextsThatCannotBeMeantAreRefusedWhole)
 
 TEST_F(CommandsTest, UnknownCommandsAreNamed)
 {
-    EXPECT_THAT(Run({"convert", "Kas.mdb"}).err, HasSubstr("unknown command convert"));
+    EXPECT_THAT(Run({"konvert", "Kas.mdb"}).err, HasSubstr("unknown command konvert"));  // one that is not there
     EXPECT_THAT(Run({"layout", "print", "Kas.mdb"}).err, HasSubstr("unknown command print"));
 }
 

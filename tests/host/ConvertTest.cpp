@@ -102,13 +102,7 @@ protected:
         ClassRegistry classes;
         Session session(platform, classes, out, err);
         CommandLine line(session);
-        AddDocumentCommands(line);
-        AddStatusCommand(line);
-        AddConvertCommand(line);
-        AddQueryCommands(line);
-        AddInfoCommand(line);
-        AddLayoutCommands(line);
-        AddCheckCommand(line);
+        AddCommands(line);
         const int code = line.Run(std::move(words));
         std::cin.rdbuf(standardInput);
         return {code, out.str(), err.str()};
