@@ -108,7 +108,10 @@ void DatabaseObject::Execute(const Text& query, Optional options)
 {
     database_->Storage();
     const bool stopAtError = options.Given() && (ToLong(options.value) & failOnErrorOption) != 0;
-    const auto stored = database_->Queries().FindQuery(query);
+    const auto stored = [&] {
+        const jet::ReadScope reading(database_->Storage().GetPager());
+        return database_->Queries().FindQuery(query);
+    }();
     const sql::Statement statement = sql::Parse(stored ? QueryText(*stored) : query);
     recordsAffected_ = 0;
     recordsLeftOut_ = 0;

@@ -4,6 +4,7 @@
 
 #include "engine/ConnectText.h"
 #include "engine/Queries.h"
+#include "engine/Selection.h"
 #include "engine/Utf8Ansi.h"
 #include "engine/Values.h"
 #include "jet/Names.h"
@@ -160,6 +161,7 @@ std::optional<jet::Database::StoredQuery> QueryEngine::FindQuery(TextView name, 
 std::optional<sql::SchemaTable> QueryEngine::Find(TextView name, const sql::Place& place)
 {
     const auto storage = DatabaseAt(place);
+    const jet::ReadScope reading(storage->GetPager());  // one for all that is looked up
     if (!storage->FindObject(name, tableObject)) {
         const auto query = FindQuery(name, place);
         if (!query) return std::nullopt;
@@ -178,6 +180,23 @@ std::optional<sql::SchemaTable> QueryEngine::Find(TextView name, const sql::Plac
         found.columns.push_back(
             {column.name, ToValueType(column.type), column.size, column.autoNumber, definition.name, column.name});
     return found;
+}
+
+std::vector<Variant> QueryEngine::FirstColumn(const sql::Translation& query)
+{
+    Parameters parameters = parameters_ ? *parameters_ : Parameters();
+    if (missingAreNull_) {
+        for (const auto& use : query.parameters) {
+            const bool given = std::ranges::any_of(parameters, [&](const auto& entry) {
+                return EqualIgnoringCase(entry.first, use.name) && !entry.second.IsEmpty();
+            });
+            if (!given) parameters[use.name] = Null{};
+        }
+    }
+    std::vector<Variant> values;
+    const Selection selection = Selection::Of(*this, query, parameters);
+    for (const auto stream = selection.Run(); stream->Next();) values.push_back(ToVariant(stream->Value(0)));
+    return values;
 }
 
 int QueryEngine::EntryOf(const Text& path, const std::shared_ptr<jet::Database>& database,

@@ -38,6 +38,7 @@ std::unique_ptr<RowSource> Fetch(DatabaseHandle& database, const sql::SelectStat
                                  const Parameters& parameters, RecordsetType type)
 {
     const QueryEngine::Scope scope(database.Queries());
+    const jet::ReadScope reading(database.Storage().GetPager());
     const bool live = type == RecordsetType::Dynaset || type == RecordsetType::Table;
     const Selection selection = Selection::Of(database.Queries(), statement, parameters, live);
     const bool pointers = live && !selection.Tables().empty();
@@ -99,6 +100,7 @@ std::shared_ptr<RecordsetObject> OpenByName(const DatabaseRef& database, const T
                                             const Optional& options, const Parameters& parameters)
 {
     jet::Database& storage = database->Storage();
+    const jet::ReadScope reading(storage.GetPager());  // one for all that is looked up
     const std::int32_t flags = OptionsOf(options);
     if (const auto* entry = storage.FindObject(source, tableObject)) {
         Cursor::Opening opening;

@@ -56,9 +56,11 @@ bool FilePager::RequireWriting()
 // Called with the reading or the writing lock: nobody commits at the moment.
 void FilePager::Refresh()
 {
-    if (CommitWordOf(file_.ReadCommitWords()) == writingWord && CommitWordOf(knownWords_) != writingWord)
+    CommitWords words = file_.ReadCommitWords();
+    if (CommitWordOf(words) == writingWord && CommitWordOf(knownWords_) != writingWord) {
         WaitForWriter();
-    const CommitWords words = file_.ReadCommitWords();
+        words = file_.ReadCommitWords();
+    }
     const std::uint64_t size = file_.Size();
     if (words == knownWords_ && size == knownSize_) return;
     knownWords_ = words;

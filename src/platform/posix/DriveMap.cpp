@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <vector>
@@ -64,13 +65,28 @@ bool IsThere(const std::string& path)
     return ::lstat(path.c_str(), &facts) == 0;
 }
 
+bool IsPlain(std::string_view name)
+{
+    return std::ranges::all_of(name, [](char c) { return (static_cast<unsigned char>(c) & 0x80) == 0; });
+}
+
+bool EqualPlain(std::string_view left, std::string_view right)
+{
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
+    return std::ranges::equal(left, right, {}, lower, lower);
+}
+
 std::optional<std::string> FindIgnoringCase(const std::string& folder, TextView name)
 {
+    const std::string encoded = ToUtf8(name);
+    const bool isPlain = IsPlain(encoded);
     std::optional<std::string> found;
-    for (const std::string& candidate : EntriesOf(folder)) {
-        if (!EqualIgnoringCase(FromUtf8(candidate), name)) continue;
-        if (!found || candidate < *found) found = candidate;  // of several always the same one
-    }
+    VisitEntries(folder, [&](std::string_view candidate) {
+        // A folder may hold thousands: those in ASCII are compared without decoding them.
+        const bool isSame = isPlain && IsPlain(candidate) ? EqualPlain(candidate, encoded)
+                                                          : EqualIgnoringCase(FromUtf8(candidate), name);
+        if (isSame && (!found || candidate < *found)) found = candidate;  // of several always the same one
+    });
     return found;
 }
 
@@ -170,8 +186,7 @@ Text DriveMap::Absolute(TextView path) const
         root = u"\\\\";
     } else {
         const bool hasDrive = HasDrive(path);
-        const Text current = CurrentFolder();
-        const char16_t drive = UpperCase(hasDrive ? path[0] : current[0]);
+        const char16_t drive = UpperCase(hasDrive ? path[0] : CurrentFolder()[0]);
         const TextView rest = hasDrive ? path.substr(2) : path;
         if (rest.empty() || separators.find(rest[0]) == TextView::npos)
             if (const Text folder = CurrentFolder(drive); !folder.empty())
@@ -193,9 +208,20 @@ NativePath DriveMap::Resolve(TextView path) const
     std::vector<Text> parts;
     AppendParts(parts, TextView(full).substr(2));
 
+    // Mostly every part but perhaps the last is there as it is spelled: asked at once.
     bool found = true;
     result.folderExists = true;
-    for (const Text& part : parts) {
+    std::size_t first = 0;
+    for (const std::size_t count : {parts.size(), parts.size() - std::min<std::size_t>(parts.size(), 1)}) {
+        std::string spelled = result.path;
+        for (std::size_t i = 0; i < count; ++i) spelled = Join(spelled, ToUtf8(parts[i]));
+        if (count == 0 || !IsThere(spelled)) continue;
+        result.path = std::move(spelled);
+        first = count;
+        break;
+    }
+    for (std::size_t i = first; i < parts.size(); ++i) {
+        const Text& part = parts[i];
         const auto entry = found ? FindEntry(result.path, part) : std::nullopt;
         result.folderExists = found && (entry || IsFolder(result.path));
         found = entry.has_value();

@@ -150,15 +150,20 @@ std::optional<std::string> FindByShortName(const std::string& folder, TextView s
     return std::nullopt;
 }
 
+void VisitEntries(const std::string& folder, const std::function<void(std::string_view)>& visit)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
+    if (!directory) return;
+    while (const dirent* entry = ::readdir(directory.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") visit(name);
+    }
+}
+
 std::vector<std::string> EntriesOf(const std::string& folder)
 {
     std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir(folder.c_str()), ::closedir);
-    if (!directory) return names;
-    while (const dirent* entry = ::readdir(directory.get())) {
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") names.push_back(std::move(name));
-    }
+    VisitEntries(folder, [&](std::string_view name) { names.emplace_back(name); });
     return names;
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/Text.h"
@@ -34,7 +36,11 @@ std::optional<Text> ShortNameOf(const std::string& folder, const std::string& en
 /// looks like a derived one.
 std::optional<std::string> FindByShortName(const std::string& folder, TextView shortName);
 
-/// Names of the entries of a native folder without "." and "..", in no order; none when it cannot be read.
+/// Calls `visit` with the name of each entry of a native folder without "." and "..", in no order; not at all when it
+/// cannot be read.
+void VisitEntries(const std::string& folder, const std::function<void(std::string_view)>& visit);
+
+/// The same names as a list.
 std::vector<std::string> EntriesOf(const std::string& folder);
 
 }  // namespace vmlib::posix
