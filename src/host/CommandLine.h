@@ -55,6 +55,8 @@ void AddDocumentCommands(CommandLine& line);  // open, save, release, create, er
 void AddBaseCommand(CommandLine& line);
 void AddStatusCommand(CommandLine& line);
 void AddConvertCommand(CommandLine& line);
+void AddRecoverCommand(CommandLine& line);
+void AddRestoreCommand(CommandLine& line);
 void AddQueryCommands(CommandLine& line);  // query, export
 void AddInfoCommand(CommandLine& line);
 void AddCheckCommand(CommandLine& line);

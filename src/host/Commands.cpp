@@ -8,6 +8,8 @@ void AddCommands(CommandLine& line)
     AddBaseCommand(line);
     AddStatusCommand(line);
     AddConvertCommand(line);
+    AddRecoverCommand(line);
+    AddRestoreCommand(line);
     AddInfoCommand(line);
     AddQueryCommands(line);
     AddLayoutCommands(line);

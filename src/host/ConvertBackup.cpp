@@ -1,52 +1,72 @@
 #include "host/ConvertBackup.h"
 
 #include "automation/ResumeNext.h"
+#include "host/BackupFiles.h"
+#include "host/Info.h"
+#include "host/StoredFile.h"
+#include "jet/PageFile.h"
 
 namespace vmlib::host {
 
 namespace {
 
-constexpr std::size_t comparedPiece = 1 << 16;
+constexpr std::size_t pageSize = 2048;  // of the format that is converted
 
-bool SameBytes(Files& files, TextView left, TextView right)
+/// True for a page of rows of that table, which the page itself names.
+bool IsPageOf(jet::PageNumber table, std::span<const std::uint8_t> page)
 {
+    const jet::PageNumber owner = page[4] | page[5] << 8 | page[6] << 16 | static_cast<jet::PageNumber>(page[7]) << 24;
+    return page[0] == 1 && page[1] == 1 && owner == table;
+}
+
+/// Takes out of a header how often the file was changed.
+void CutCommits(std::vector<std::uint8_t>& header)
+{
+    const auto at = header.begin() + static_cast<std::ptrdiff_t>(jet::commitWordsAt);
+    std::fill(at, at + 512, std::uint8_t{0});
+}
+
+/// True when all pages in which the files differ hold the record of the document.
+bool DifferInInfoOnly(Session& session, const Text& left, const Text& right)
+{
+    const jet::PageNumber info = StoredFile(session, left)->OpenTable(u"Info")->Definition().page;
+    if (StoredFile(session, right)->OpenTable(u"Info")->Definition().page != info) return false;
+    Files& files = session.platform.files;
     const auto one = files.Open(left, {}), other = files.Open(right, {});
-    if (one->Size() != other->Size()) return false;
-    std::vector<std::uint8_t> first(comparedPiece), second(comparedPiece);
-    for (std::uint64_t at = 0;; at += comparedPiece) {
-        const std::size_t count = one->ReadAt(at, first);
-        if (other->ReadAt(at, second) != count) return false;
-        if (!std::equal(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(count), second.begin()))
-            return false;
-        if (count < comparedPiece) return true;
+    if (one->Size() != other->Size() || one->Size() % pageSize != 0) return false;
+    std::vector<std::uint8_t> first(pageSize), second(pageSize);
+    for (std::uint64_t at = 0; at < one->Size(); at += pageSize) {
+        if (one->ReadAt(at, first) != pageSize || other->ReadAt(at, second) != pageSize) return false;
+        if (at == 0) CutCommits(first), CutCommits(second);
+        if (first != second && !(IsPageOf(info, first) && IsPageOf(info, second))) return false;
     }
+    return true;
 }
 
-/// An empty file with a free name, with the permissions of the document.
-Text MakeUnfinished(Files& files, const Text& path, TextView permissionsOf)
+/// The document is what the backup holds, but for the mark of a run of this user's that was killed.
+bool DifferByOwnMark(Session& session, const Text& document, const Text& backup)
 {
-    for (int n = 0;; ++n) {
-        const Text name = path + Text(unfinishedCopyMark) + Decimal(n);
-        try {
-            files.Open(name,
-                       {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew, false, permissionsOf});
-            return name;
-        } catch (const FileError& error) {
-            if (error.Fault() != FileFault::Exists) throw;
+    bool result = false;
+    // A backup that cannot be read is not the one that is wanted.
+    ResumeNext([&] {
+        const InfoRecord now = ReadInfo(session, document), then = ReadInfo(session, backup);
+        const bool isOwn = now.inUseBy && *now.inUseBy == session.UserName() && then.inUseBy && then.inUseBy->empty();
+        result = isOwn && now.version == then.version && now.type == then.type && now.name == then.name &&
+                 DifferInInfoOnly(session, document, backup);
+    });
+    return result;
+}
+
+/// Backups that runs which were killed left half made, where `status` does not look. Whoever works on one holds it.
+void RemoveUnfinished(Files& files, const Text& folder, TextView name)
+{
+    ResumeNext([&] {
+        for (const Text& candidate : files.List(folder, u"*")) {
+            if (!StartsWithIgnoringCase(candidate, name)) continue;
+            if (!TextView(candidate).substr(name.size()).starts_with(unfinishedCopyMark)) continue;
+            ResumeNext([&] { files.Delete(folder + candidate); });
         }
-    }
-}
-
-/// Gives a finished copy its name; false when the name is taken.
-bool TakeName(Files& files, const Text& from, const Text& to)
-{
-    try {
-        files.Rename(from, to);
-        return true;
-    } catch (const FileError& error) {
-        if (error.Fault() != FileFault::Exists) throw;
-        return false;
-    }
+    });
 }
 
 bool SkipDigits(TextView& text)
@@ -60,12 +80,29 @@ bool SkipDigits(TextView& text)
 
 void DocumentBackup::Make(const Text& folder, std::int32_t version)
 {
-    Files& files = session_.platform.files;
+    constexpr int tries = 3;
     const std::size_t nameStart = document_.rfind(u'\\') + 1;
-    // Elsewhere it may be that of another document, which may need it back or take it away.
-    const bool isBeside = EqualIgnoringCase(folder, TextView(document_).substr(0, nameStart));
     const Text name = folder + document_.substr(nameStart);
-    const Text start = name + u"-v" + Decimal(version);
+    // Elsewhere a backup may be that of another document, which may need it back or take it away.
+    const bool isBeside = EqualIgnoringCase(folder, TextView(document_).substr(0, nameStart));
+    if (!isBeside) RemoveUnfinished(session_.platform.files, folder, TextView(name).substr(folder.size()));
+    for (int attempt = 1;; ++attempt) {
+        try {
+            return MakeNamed(name, name + u"-v" + Decimal(version), isBeside);
+        } catch (const FileError& error) {
+            // Another run took ours for a half made one in the moment before it got its name.
+            if (isBeside || error.Fault() != FileFault::NotFound || attempt == tries) throw;
+        }
+    }
+}
+
+void DocumentBackup::MakeNamed(const Text& name, const Text& start, bool isBeside)
+{
+    Files& files = session_.platform.files;
+    const auto isSame = [&](const Text& there) {
+        if (!isBeside || !files.Exists(there)) return false;
+        return SameBytes(files, document_, there) || DifferByOwnMark(session_, document_, there);
+    };
     const Text unfinished = MakeUnfinished(files, name, document_);
     try {
         files.Copy(document_, unfinished);
@@ -76,7 +113,7 @@ void DocumentBackup::Make(const Text& folder, std::int32_t version)
                 path_ = wanted;
                 break;
             }
-            if (isBeside && files.Exists(wanted) && SameBytes(files, document_, wanted)) {
+            if (isSame(wanted)) {
                 path_ = wanted;
                 files.Delete(unfinished);
                 break;

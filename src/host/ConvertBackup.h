@@ -13,8 +13,9 @@ class DocumentBackup
 public:
     DocumentBackup(Session& session, Text document) : session_(session), document_(std::move(document)) {}
 
-    /// Makes it, complete and synced, in the folder (with trailing "\"); one that is there already beside the document
-    /// with the same bytes will do. @throws FileError
+    /// Makes it, complete and synced, in the folder (with trailing "\"). One that is there already beside the document
+    /// will do when it has the same bytes, or others only where a run of this user's that was killed has left its mark.
+    /// What such a run left half made in another folder goes. @throws FileError
     void Make(const Text& folder, std::int32_t version);
     /// Instead: a copy in the temporary folder, for as long as this object lives.
     void MakeTemporary();
@@ -31,6 +32,9 @@ public:
     DocumentBackup& operator=(const DocumentBackup&) = delete;
 
 private:
+    /// @param start  the backup's name up to the number of a second one
+    void MakeNamed(const Text& name, const Text& start, bool isBeside);
+
     Session& session_;
     Text document_;
     Text path_;

@@ -4,6 +4,7 @@
 
 #include "engine/Values.h"
 #include "host/RowSum.h"
+#include "host/StoredFile.h"
 #include "host/ValueLoss.h"
 #include "jet/Check.h"
 #include "jet/Pager.h"
@@ -15,63 +16,10 @@ namespace {
 
 using jet::ColumnDefinition;
 using jet::TableDefinition;
+using File = StoredFile;
 
-constexpr std::int16_t tableObject = 1, linkedOdbcTable = 4, linkedTable = 6;
 constexpr std::uint64_t rememberedThings = 1'000'000;  // about 50 MiB
 constexpr std::size_t examplesOfAField = 20;
-
-/// A file of the storage, open for reading.
-class File
-{
-public:
-    File(Session& session, TextView path) : workspace_(session.Storage())
-    {
-        jet::OpenOptions options;
-        options.readOnly = true;
-        options.password = session.Password();
-        database_ = workspace_.Open(path, options);
-    }
-
-    jet::Database& operator*() const { return *database_; }
-    jet::Database* operator->() const { return database_.get(); }
-
-    /// The tables of the users, as the catalogue spells them.
-    std::vector<Text> Tables() const
-    {
-        std::vector<Text> names;
-        for (const jet::ObjectEntry& object : database_->Objects())
-            if (object.type == tableObject && !IsSystem(object)) names.emplace_back(TrimRight(object.name));
-        return names;
-    }
-    std::vector<Text> LinkedTables() const
-    {
-        std::vector<Text> names;
-        for (const jet::ObjectEntry& object : database_->Objects())
-            if (object.type == linkedOdbcTable || object.type == linkedTable)
-                names.emplace_back(TrimRight(object.name));
-        return names;
-    }
-
-private:
-    static bool IsSystem(const jet::ObjectEntry& object) { return (object.flags & 0x80000002u) != 0; }
-
-    jet::Workspace workspace_;
-    std::shared_ptr<jet::Database> database_;
-};
-
-/// What each of the host's own fields of Info says is about its file.
-bool IsOwnField(TextView table, TextView field)
-{
-    if (!EqualIgnoringCase(table, u"Info")) return false;
-    return EqualIgnoringCase(field, u"Versie") || EqualIgnoringCase(field, u"BestandNaam") ||
-           EqualIgnoringCase(field, u"InGebruikDoor");
-}
-
-/// Text and binary of a fixed size come back filled up.
-bool IsPadded(const ColumnDefinition& column)
-{
-    return column.fixedSize && (column.type == jet::ColumnType::Text || column.type == jet::ColumnType::Binary);
-}
 
 /// The comparison of one table in both files.
 class TableComparison

@@ -25,9 +25,10 @@ public:
     /// Never throws for what is wrong with a document: the report says it.
     DocumentReport Convert(const std::string& document);
 
-private:
+    /// Read once it can be.
     const LayoutVersion& TheLayout();
 
+private:
     Session& session_;
     ConvertOptions options_;
     std::optional<LayoutVersion> layout_;

@@ -65,12 +65,6 @@ bool IsTemporary(TextView name)
     return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy) || IsSortFile(name));
 }
 
-/// One that lies where conversions make it, or that was moved aside there.
-bool IsConversionCopy(TextView name)
-{
-    return EqualIgnoringCase(name, conversionCopy) || StartsWithIgnoringCase(name, asideCopyStart);
-}
-
 /// What a file of the temporary folder says of itself.
 struct Copy
 {
@@ -148,6 +142,11 @@ void FindCopies(Session& session, TextView document, std::vector<Leftover>& foun
 }
 
 }  // namespace
+
+bool IsConversionCopy(TextView name)
+{
+    return EqualIgnoringCase(name, conversionCopy) || StartsWithIgnoringCase(name, asideCopyStart);
+}
 
 std::vector<Leftover> FindLeftovers(Session& session, TextView document)
 {

@@ -38,4 +38,7 @@ inline constexpr TextView backupMark = u"-backup-";
 inline constexpr TextView conversionCopy = u"ConKopie.tmp";
 inline constexpr TextView asideCopyStart = u"~ConKopie-";
 
+/// A name as conversions give it, or as it is after the move.
+bool IsConversionCopy(TextView name);
+
 }  // namespace vmlib::host

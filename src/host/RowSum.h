@@ -26,6 +26,9 @@ public:
             std::visit([&](const auto& plain) { AddValue(plain, isPadded); }, value);
         }
 
+        /// 64 bits that stand for the values added so far.
+        std::uint64_t Mark() const { return Mixed(first_ ^ Mixed(second_)); }
+
     private:
         friend class RowSum;
 
