@@ -146,7 +146,9 @@ void PlanAccess(const jet::TableDefinition& table, std::uint16_t langid, sqlite3
         bestCost = costOfSeek;
         best = pointer;
     }
-    for (std::size_t tree = 0; tree < table.trees.size(); ++tree)
+    // The keys of format 4 are not ours, and making an order of all rows costs more than a walk.
+    const std::size_t trees = table.format == jet::FileFormat::Format3 ? table.trees.size() : 0;
+    for (std::size_t tree = 0; tree < trees; ++tree)
         if (auto candidate = CandidateOf(table, tree, langid, info)) consider(std::move(*candidate));
 
     best.plan.usedColumns = info.colUsed;

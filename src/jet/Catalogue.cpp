@@ -31,7 +31,7 @@ ObjectEntry EntryOf(const Row& row)
     ObjectEntry entry;
     entry.id = FieldOr(row, object::id, std::int32_t{0});
     entry.parent = FieldOr(row, object::parentId, std::int32_t{0});
-    entry.name = FromAnsi(FieldOr(row, object::name, std::string()));
+    entry.name = TextOr(row[object::name], {});
     entry.type = FieldOr(row, object::type, std::int16_t{0});
     entry.flags = static_cast<std::uint32_t>(FieldOr(row, object::flags, std::int32_t{0}));
     entry.created = FieldOr(row, object::dateCreate, Date{});
@@ -51,7 +51,10 @@ Table& Catalogue::TableAt(std::unique_ptr<Table>& table, PageNumber page)
     if (table == nullptr) {
         TableDefinition definition = Table::ReadDefinition(pager_, page);
         definition.name = page == objectsTablePage ? system::objects : system::aces;
-        system::RequireColumns(definition);
+        if (definition.format == FileFormat::Format3)
+            system::RequireColumns(definition);
+        else
+            system::RequireNames(definition);
         table = std::make_unique<Table>(pager_, allocator_, std::move(definition));
     }
     return *table;
@@ -86,14 +89,19 @@ std::string Catalogue::KeyOf(TextView name)
 {
     const TableDefinition& table = TableAt(objectsTable_, objectsTablePage).Definition();
     Key key;
-    IndexKey::AppendText(key, ToAnsi(name), table.columns[object::name].locale.langid);
-    return key;
+    if (FitsAnsi(name)) {
+        IndexKey::AppendText(key, ToAnsi(name), table.columns[object::name].locale.langid);
+        return key;
+    }
+    // Such a name occurs in format 4 alone; it begins as no key of text does.
+    const Text upper = UpperCase(TrimRight(name));
+    return "\xFF" + ToUtf8(upper);
 }
 
 const ObjectEntry* Catalogue::Among(TextView name, const std::function<bool(const ObjectEntry&)>& wanted)
 {
+    const ReadScope scope(pager_);
     Objects();
-    if (!FitsAnsi(name)) return nullptr;
     const auto [first, last] = byKey_.equal_range(KeyOf(name));
     const auto found = std::find_if(first, last, [&](const auto& each) { return wanted(objects_[each.second]); });
     return found == last ? nullptr : &objects_[found->second];

@@ -4,6 +4,7 @@
 
 #include "jet/Damage.h"
 #include "jet/Database.h"
+#include "jet/Format4Header.h"
 #include "jet/FreshFile.h"
 #include "jet/HeaderPage.h"
 #include "jet/NewFile.h"
@@ -16,6 +17,42 @@ namespace vmlib::jet {
 
 namespace {
 
+/// What a row is called in messages: its first field that is no text of another code page.
+Text NameOfRow(const Row& row, RowPointer at)
+{
+    for (const Value& value : row) {
+        if (const auto* number = std::get_if<std::int32_t>(&value)) return Decimal(*number);
+        if (const auto* ansi = std::get_if<std::string>(&value)) return FromAnsi(*ansi);
+    }
+    return Decimal(at.page) + u"/" + Decimal(at.row);
+}
+
+Error Unfit(TextView table, const Text& row, TextView field)
+{
+    constexpr auto number = ErrorNumber::DataConversion;
+    return Error(static_cast<std::int32_t>(number), ErrorText(static_cast<std::int32_t>(number)) + u" (table " +
+                                                        Text(table) + u", row " + row + u", field " + Text(field) +
+                                                        u": text that code page 1252 cannot hold)");
+}
+
+/// Format 3 holds no such text, and nothing takes its place unsaid.
+void RequireAnsi(const TableDefinition& table, const Row& row, RowPointer at)
+{
+    for (std::size_t i = 0; i < row.size(); ++i)
+        if (std::holds_alternative<Text>(row[i])) throw Unfit(table.name, NameOfRow(row, at), table.columns[i].name);
+}
+
+/// A column of format 4 as format 3 has it.
+ColumnDefinition AsFormat3(ColumnDefinition column)
+{
+    if (column.type == ColumnType::Binary && column.size > greatestTextSize) {
+        column.type = ColumnType::LongBinary;
+        column.size = 0;
+        column.fixedSize = false;
+    }
+    return column;
+}
+
 /// The rows of a sound table.
 class StoredRows : public RowSource
 {
@@ -24,7 +61,11 @@ public:
 
     void ForEach(const ColumnMask& columns, const Visit& visit) override
     {
-        for (auto cursor = table_.Scan(columns); cursor.Next();) visit(cursor.Where(), cursor.Current());
+        const TableDefinition& table = table_.Definition();
+        for (auto cursor = table_.Scan(columns); cursor.Next();) {
+            if (table.format == FileFormat::Format4) RequireAnsi(table, cursor.Current(), cursor.Where());
+            visit(cursor.Where(), cursor.Current());
+        }
     }
     bool Fetch(RowPointer at, Row& row) override { return table_.Fetch(at, row); }
 
@@ -64,7 +105,7 @@ public:
         newLocale_ = wanted.locale;
         const SortLocale locale = wanted.locale.value_or(source_.GetFacts().locale);
         const auto systemTables = LayDownSystemTables(pager_, locale, wanted.password.value_or(Text()));
-        if (!wanted.password) HeaderPage::CopyPassword(source_.GetPager().Read(0).Bytes(), pager_.Edit(0).Bytes());
+        if (!wanted.password) CopyPassword();
         for (const TableDefinition& table : systemTables)
             pages_.emplace(SourceOf(table)->Definition().page, table.page);
         CopyTables();
@@ -72,6 +113,16 @@ public:
     }
 
 private:
+    void CopyPassword()
+    {
+        const PageRef from = source_.GetPager().Read(0);
+        const PageEdit to = pager_.Edit(0);
+        if (source_.GetPager().Format() == FileFormat::Format4)
+            HeaderPage::SetPassword(to.Bytes(), format4::Header(from.Bytes()).Password());
+        else
+            HeaderPage::CopyPassword(from.Bytes(), to.Bytes());
+    }
+
     void CopyTables()
     {
         std::vector<ObjectEntry> tables;
@@ -90,6 +141,10 @@ private:
     void CopyTable(Table& table)
     {
         TableDefinition definition = table.Definition();
+        if (definition.format == FileFormat::Format4) {
+            definition.format = FileFormat::Format3;
+            for (ColumnDefinition& column : definition.columns) column = AsFormat3(std::move(column));
+        }
         if (newLocale_) {
             for (ColumnDefinition& column : definition.columns) column.locale = *newLocale_;
         }
@@ -110,11 +165,26 @@ private:
         SystemRows rows(pager_, fresh_.Allocator(), to, table->Definition());
         for (auto cursor = table->Scan(); cursor.Next();) {
             Row row = cursor.Current();
+            if (table->Definition().format == FileFormat::Format4) {
+                RequireAnsi(table->Definition(), row, cursor.Where());
+                Translate(to, row, cursor.Where());
+            }
             // In both tables the first column, the object's id, says which table a row is about.
             if (to.page == objectsTablePage || to.page == acesTablePage) {
                 if (auto* id = std::get_if<std::int32_t>(&row.front())) *id = ChangedId(*id, pages_);
             }
             rows.Add(row);
+        }
+    }
+
+    /// A row of a system table of format 4.
+    void Translate(const TableDefinition& to, Row& row, RowPointer at)
+    {
+        if (to.page != objectsTablePage) return;
+        if (auto* stored = std::get_if<Bytes>(&row[system::object::lvProp])) {
+            const ObjectProperties properties = ObjectProperties::Decode(*stored);
+            if (!properties.unfit.empty()) throw Unfit(to.name, NameOfRow(row, at), properties.unfit.front());
+            *stored = properties.Encode();
         }
     }
 

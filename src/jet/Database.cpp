@@ -4,6 +4,8 @@
 
 #include "core/ByteOrder.h"
 #include "jet/Design.h"
+#include "jet/Format4Header.h"
+#include "jet/Format4Pages.h"
 #include "jet/HeaderPage.h"
 #include "jet/Queries.h"
 #include "jet/Relations.h"
@@ -84,8 +86,17 @@ Database::Facts Database::GetFacts()
 {
     FilePager& pager = File().GetPager();
     const ReadScope scope(pager);
-    const HeaderPage header(pager.Read(0).Bytes());
+    const PageRef page = pager.Read(0);
     Facts facts;
+    facts.format = static_cast<int>(pager.Format());
+    if (pager.Format() == FileFormat::Format4) {
+        const format4::Header header(page.Bytes());
+        facts.locale = header.Locale();
+        facts.hasPassword = header.HasPassword();
+        facts.pages = format4::PageCount(pager);
+        return facts;
+    }
+    const HeaderPage header(page.Bytes());
     facts.locale = header.Locale();
     facts.hasPassword = header.HasPassword();
     facts.build = header.Build();

@@ -1,6 +1,7 @@
 #include "jet/DatabaseFile.h"
 
 #include "jet/Damage.h"
+#include "jet/Format4Header.h"
 #include "jet/HeaderPage.h"
 #include "jet/SystemTables.h"
 
@@ -58,7 +59,8 @@ TableDefinition DatabaseFile::Read(const ObjectEntry& entry, const Bytes& proper
     const auto page = static_cast<PageNumber>(entry.id);
     TableDefinition definition = Table::ReadDefinition(pager_, page);
     definition.name = entry.name;
-    if (definition.system) system::RequireColumns(definition);
+    if (definition.system && definition.format == FileFormat::Format3) system::RequireColumns(definition);
+    if (definition.system && definition.format == FileFormat::Format4) system::RequireNames(definition);
     const ObjectProperties decoded = ObjectProperties::Decode(properties);
     for (ColumnDefinition& column : definition.columns) {
         if (const PropertyList* list = decoded.FindField(column.name)) column.properties = *list;
@@ -69,7 +71,9 @@ TableDefinition DatabaseFile::Read(const ObjectEntry& entry, const Bytes& proper
 SortLocale DatabaseFile::Locale()
 {
     const ReadScope scope(pager_);
-    return HeaderPage(pager_.Read(0).Bytes()).Locale();
+    const PageRef header = pager_.Read(0);
+    if (pager_.Format() == FileFormat::Format4) return format4::Header(header.Bytes()).Locale();
+    return HeaderPage(header.Bytes()).Locale();
 }
 
 }  // namespace vmlib::jet

@@ -101,6 +101,8 @@ struct ColumnDefinition
     std::optional<std::uint32_t> ownedMap,
         roomMap;  // of long value columns: row pointers of their page maps; room 0: none
 
+    std::optional<std::uint8_t> decimalScale;  // of a Decimal of format 4, which is read as Double: its decimals
+
     PropertyList properties;  // Required, AllowZeroLength, DefaultValue, ValidationRule ... as LvProp has them
 
     bool Required() const;                        // absent: no
@@ -151,6 +153,7 @@ struct TreeDefinition
 
 struct TableDefinition
 {
+    FileFormat format = FileFormat::Format3;  // of format 4 the trees are known, but not their keys
     Text name;
     PageNumber page = noPage;               // first definition page; the table's id
     bool system = false;                    // kind 'S'

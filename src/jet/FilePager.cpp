@@ -19,7 +19,7 @@ constexpr std::size_t agedPages = 256;   // so many pages are looked at for a cl
 FilePager::FilePager(Files& files, std::unique_ptr<OpenFile> file, PagerOptions options)
     : files_(files),
       options_(std::move(options)),
-      file_(std::move(file)),
+      file_(std::move(file), options.format == FileFormat::Format4 ? commitWordsOfFormat4 : commitWordsAt),
       cache_(options_.cachePages),
       images_(files, options_.temporaryFolder, options_.imagePages)
 {

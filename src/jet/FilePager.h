@@ -17,6 +17,7 @@ namespace vmlib::jet {
 /// How a FilePager was given its file.
 struct PagerOptions
 {
+    FileFormat format = FileFormat::Format3;
     bool readOnly = false;
     bool shared = false;            // opened with FileSharing::Shared: others may read and write, so locks are taken
     bool isPrivate = false;         // made by this process and held exclusively: no journal before the first Settle
@@ -43,6 +44,7 @@ public:
     ~FilePager() override;
 
     bool IsReadOnly() const override { return options_.readOnly; }
+    FileFormat Format() const override { return options_.format; }
     bool IsShared() const { return options_.shared; }
     PageNumber PageCount() const override { return pageCount_; }
     PageRef Read(PageNumber number) override;

@@ -8,6 +8,13 @@ namespace vmlib::jet {
 
 using PageNumber = std::uint32_t;
 
+/// What a file's pages look like. Files of format 4 are only read (Format4Pages.h); all else here is about format 3.
+enum class FileFormat : std::uint8_t
+{
+    Format3 = 3,
+    Format4 = 4,
+};
+
 inline constexpr std::size_t pageSize = 2048;
 inline constexpr std::uint64_t greatestFileSize = 1ull << 30;  // 1 GB; beyond it writing is error 3036
 inline constexpr PageNumber noPage = 0;

@@ -61,10 +61,10 @@ std::optional<std::array<std::uint8_t, passwordSize>> PasswordBytes(TextView pas
 
 }  // namespace
 
-const HeaderPage::Masked& HeaderPage::Mask()
+const HeaderMask& MaskOfHeader()
 {
     static constexpr std::array<std::uint8_t, 4> key = {0xC7, 0xDA, 0x39, 0x6B};
-    static const Masked mask = KeyStream<maskedSize>(key);
+    static const HeaderMask mask = KeyStream<std::tuple_size_v<HeaderMask>>(key);
     return mask;
 }
 
@@ -72,16 +72,17 @@ HeaderFault HeaderPage::FaultOf(std::span<const std::uint8_t> bytes)
 {
     if (bytes.size() < pageSize || !std::equal(start.begin(), start.end(), bytes.begin())) return HeaderFault::NotJet;
     const auto version = LoadLittle<std::uint32_t>(bytes.data() + versionAt);
-    if (version == 1) return HeaderFault::Format4;
-    if (version != 0) return HeaderFault::Unknown;
+    if (version > 1) return HeaderFault::Unknown;
     const HeaderPage header(bytes.first<pageSize>());
     const bool encrypted = LoadLittle<std::uint32_t>(&header.plain_[encryptionKeyAt]) != 0;
-    return encrypted ? HeaderFault::Encrypted : HeaderFault::None;
+    if (encrypted) return HeaderFault::Encrypted;
+    return version == 1 ? HeaderFault::Format4 : HeaderFault::None;
 }
 
 HeaderPage::HeaderPage(std::span<const std::uint8_t, pageSize> page)
 {
-    for (std::size_t i = 0; i < maskedSize; ++i) plain_[i] = static_cast<std::uint8_t>(page[maskedAt + i] ^ Mask()[i]);
+    for (std::size_t i = 0; i < maskedSize; ++i)
+        plain_[i] = static_cast<std::uint8_t>(page[maskedAt + i] ^ MaskOfHeader()[i]);
 }
 
 SortLocale HeaderPage::Locale() const
@@ -145,7 +146,8 @@ void HeaderPage::Make(std::span<std::uint8_t, pageSize> page, const SortLocale& 
     StoreLittle(&plain[langidAt], locale.langid);
     StoreLittle(&plain[codePageAt], locale.codePage);
     StoreLittle(&plain[buildAt], buildOfNewFiles);
-    for (std::size_t i = 0; i < maskedSize; ++i) page[maskedAt + i] = static_cast<std::uint8_t>(plain[i] ^ Mask()[i]);
+    for (std::size_t i = 0; i < maskedSize; ++i)
+        page[maskedAt + i] = static_cast<std::uint8_t>(plain[i] ^ MaskOfHeader()[i]);
 
     for (std::size_t at = 0; at < sizeof(CommitWords); at += 2) {
         StoreLittle(&page[commitWordsAt + at], at == 0 ? createdWord : firstWord);
@@ -158,7 +160,7 @@ void HeaderPage::SetPassword(std::span<std::uint8_t, pageSize> page, TextView pa
     const auto bytes = PasswordBytes(password);
     if (!bytes || password.size() > greatestPasswordLength) throw Error(ErrorNumber::InvalidPassword);
     for (std::size_t i = 0; i < passwordSize; ++i) {
-        page[maskedAt + passwordAt + i] = static_cast<std::uint8_t>((*bytes)[i] ^ Mask()[passwordAt + i]);
+        page[maskedAt + passwordAt + i] = static_cast<std::uint8_t>((*bytes)[i] ^ MaskOfHeader()[passwordAt + i]);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <optional>
 #include <span>
 #include <string>
@@ -41,6 +42,10 @@ enum class HeaderFault
     Encrypted,
 };
 
+/// What the masked part of the header of either format is XORed with.
+using HeaderMask = std::array<std::uint8_t, 128>;
+const HeaderMask& MaskOfHeader();
+
 /// The bytes of a header page. Knows no other page.
 class HeaderPage
 {
@@ -76,8 +81,6 @@ public:
 private:
     static constexpr std::size_t maskedAt = 0x18, maskedSize = 126;
     using Masked = std::array<std::uint8_t, maskedSize>;
-    static const Masked& Mask();
-
     Masked plain_;  // what stands under the mask
 };
 

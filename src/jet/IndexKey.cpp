@@ -106,6 +106,8 @@ void AppendValue(Key& key, const ColumnDefinition& column, const Value& value)
         case ColumnType::Date:
             return AppendReal<std::uint64_t>(key, Held<Date>(value).serial);
         case ColumnType::Text:
+            if (const auto* text = std::get_if<Text>(&value))  // of format 4
+                return IndexKey::AppendText(key, ToAnsi(*text), column.locale.langid);
             return IndexKey::AppendText(key, Held<std::string>(value), column.locale.langid);
         case ColumnType::Binary:
             return AppendGroups(key, Held<Bytes>(value));

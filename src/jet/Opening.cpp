@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "core/ByteOrder.h"
+#include "jet/Format4Header.h"
 #include "jet/HeaderPage.h"
 #include "jet/PageFile.h"
 #include "jet/StorageError.h"
@@ -87,7 +88,7 @@ void RequireFormat(std::span<const std::uint8_t> header, const Text& path)
         case HeaderFault::NotJet:
             throw Error(number, {path});
         case HeaderFault::Format4:
-            throw Because(number, path, u"the file has format 4 of a later engine");
+            throw Because(number, path, u"the file has format 4 of a later engine, which is only read");
         case HeaderFault::Unknown:
             throw Because(number, path, u"the file has the format of an unknown engine");
         case HeaderFault::Encrypted:
@@ -116,7 +117,7 @@ std::unique_ptr<OpenFile> OpenForDatabase(Files& files, TextView path, bool read
     }
 }
 
-void RequireDatabase(OpenFile& opened, bool shared, const OpenOptions& options)
+FileFormat RequireDatabase(OpenFile& opened, bool shared, const OpenOptions& options)
 {
     const Text& path = opened.Path();
     std::array<std::uint8_t, pageSize> header{};
@@ -125,15 +126,24 @@ void RequireDatabase(OpenFile& opened, bool shared, const OpenOptions& options)
     const std::size_t size = OnDisk([&] { return opened.ReadAt(0, header); });
     if (locked) opened.Unlock(FileLock::Reading);
 
-    RequireFormat(std::span<const std::uint8_t>(header).first(size), path);
+    const auto stored = std::span<const std::uint8_t>(header).first(size);
+    if (HeaderPage::FaultOf(stored) == HeaderFault::Format4) {
+        if (!format4::Header(header).Accepts(options.password)) throw Error(ErrorNumber::InvalidPassword);
+        return FileFormat::Format4;
+    }
+    RequireFormat(stored, path);
     if (!options.forRepair) RequireNoDamageMark(opened, path, shared);
     if (!HeaderPage(header).Accepts(options.password)) throw Error(ErrorNumber::InvalidPassword);
+    return FileFormat::Format3;
 }
 
 void RequirePassword(Pager& pager, TextView password)
 {
     const ReadScope scope(pager);
-    if (!HeaderPage(pager.Read(0).Bytes()).Accepts(password)) throw Error(ErrorNumber::InvalidPassword);
+    const PageRef header = pager.Read(0);
+    const bool accepted = pager.Format() == FileFormat::Format4 ? format4::Header(header.Bytes()).Accepts(password)
+                                                                : HeaderPage(header.Bytes()).Accepts(password);
+    if (!accepted) throw Error(ErrorNumber::InvalidPassword);
 }
 
 std::unique_ptr<OpenFile> MakeForDatabase(Files& files, TextView path, bool temporary)

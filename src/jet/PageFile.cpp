@@ -59,10 +59,10 @@ void PageFile::Sync()
     OnDisk([&] { file_->Sync(); });
 }
 
-CommitWords ReadCommitWords(OpenFile& file)
+CommitWords ReadCommitWords(OpenFile& file, std::size_t at)
 {
     CommitWords words{};
-    const std::size_t read = OnDisk([&] { return file.ReadAt(commitWordsAt, words); });
+    const std::size_t read = OnDisk([&] { return file.ReadAt(at, words); });
     if (read != words.size()) words.fill(0);
     return words;
 }

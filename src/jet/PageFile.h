@@ -13,15 +13,22 @@ namespace vmlib::jet {
 /// The 256 commit counters of the header (0x600). Slot 0 is the one that this engine uses.
 using CommitWords = std::array<std::uint8_t, 512>;
 
+inline constexpr std::size_t commitWordsAt = 0x600;         // in the header page
+inline constexpr std::size_t commitWordsOfFormat4 = 0xE00;  // in that of format 4
+
 /// All zero when the file is too short to have them. @throws Error 3043
-CommitWords ReadCommitWords(OpenFile& file);
+CommitWords ReadCommitWords(OpenFile& file, std::size_t at = commitWordsAt);
 
 /// Pages of one open file: bytes in and out, locks, sync. Faults come out as engine errors. Knows no cache and no
 /// journal.
 class PageFile
 {
 public:
-    explicit PageFile(std::unique_ptr<OpenFile> file) : file_(std::move(file)) {}
+    /// @param commitWords  where they stand; written only where format 3 has them
+    explicit PageFile(std::unique_ptr<OpenFile> file, std::size_t commitWords = commitWordsAt)
+        : file_(std::move(file)), commitWordsAt_(commitWords)
+    {
+    }
 
     OpenFile& Port() { return *file_; }
     /// Another descriptor of the same file takes over; gives the former one.
@@ -40,7 +47,7 @@ public:
     void WriteRun(PageNumber first, std::span<const std::uint8_t> bytes);
     void Sync();
 
-    CommitWords ReadCommitWords() { return jet::ReadCommitWords(*file_); }
+    CommitWords ReadCommitWords() { return jet::ReadCommitWords(*file_, commitWordsAt_); }
     /// Writes slot 0.
     void WriteCommitWord(std::uint16_t word);
 
@@ -49,12 +56,12 @@ public:
 
 private:
     std::unique_ptr<OpenFile> file_;
+    std::size_t commitWordsAt_;
 };
 
 /// The commit word of slot 0 in a header page or in the commit words themselves.
 std::uint16_t CommitWordOf(std::span<const std::uint8_t> commitWords);
 
-inline constexpr std::size_t commitWordsAt = 0x600;   // in the header page
 inline constexpr std::uint16_t writingWord = 0x0000;  // somebody is writing, or died while writing
 inline constexpr std::uint16_t damagedWord = 0x0001;  // somebody met a damaged page
 inline constexpr std::uint16_t firstWord = 0x0100;

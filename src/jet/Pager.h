@@ -90,6 +90,8 @@ public:
     virtual ~Pager() = default;
 
     virtual bool IsReadOnly() const = 0;
+    /// Whose pages these are, for those who decode them; the pager counts pages of format 3 in any case.
+    virtual FileFormat Format() const { return FileFormat::Format3; }
     /// Pages in the file, pages of the running unit included.
     virtual PageNumber PageCount() const = 0;
 

@@ -6,6 +6,7 @@
 
 #include "core/ByteOrder.h"
 #include "core/Error.h"
+#include "jet/Format4Rows.h"
 
 // The LvProp value of an object. Integers are little endian, text is code page 1252.
 //
@@ -18,16 +19,19 @@
 //                object: empty) then properties: length (2, included), flags (1; 1 = data definition property, 80 =
 //                unknown), type (1), number of its name in the list (2), length of the value (2), value
 //
+// In format 4 it begins with 'M' 'R' '2' 0, and names and text are UTF-16; they are read, and written never.
+//
 // Source: docs/file-format.md, "Properties".
 
 namespace vmlib::jet {
 
 namespace {
 
-constexpr char magic[4] = {'K', 'K', 'D', 0};
+constexpr char magic[4] = {'K', 'K', 'D', 0}, magicOfFormat4[4] = {'M', 'R', '2', 0};
 constexpr std::uint16_t ownKind = 0, fieldKind = 1, namesKind = 0x80;
 constexpr std::size_t chunkHead = 6, propertyHead = 8;
 constexpr std::uint8_t definitionFlag = 1;
+constexpr std::uint8_t textType = 10, memoType = 12;
 constexpr std::size_t greatestValueSize = 0xFFFF - propertyHead;
 
 [[noreturn]] void Fail(const char* finding)
@@ -40,7 +44,7 @@ constexpr std::size_t greatestValueSize = 0xFFFF - propertyHead;
 class Reader
 {
 public:
-    explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+    explicit Reader(std::span<const std::uint8_t> bytes, bool isWide = false) : bytes_(bytes), isWide_(isWide) {}
 
     bool AtEnd() const { return bytes_.empty(); }
     std::span<const std::uint8_t> Raw(std::size_t size)
@@ -58,6 +62,7 @@ public:
     Text Name()
     {
         const auto raw = Raw(Take<std::uint16_t>());
+        if (isWide_) return format4::DecodeText(raw, noPage);
         return FromAnsi(std::string_view(reinterpret_cast<const char*>(raw.data()), raw.size()));
     }
     /// The part whose length, which counts from `counted` bytes ago, stands in front.
@@ -66,12 +71,14 @@ public:
     {
         const std::size_t length = Take<Length>();
         if (length < sizeof(Length)) Fail("a length is too short");
-        return Reader(Raw(length - sizeof(Length)));
+        return Reader(Raw(length - sizeof(Length)), isWide_);
     }
     std::span<const std::uint8_t> Rest() const { return bytes_; }
+    bool IsWide() const { return isWide_; }
 
 private:
     std::span<const std::uint8_t> bytes_;
+    bool isWide_;  // names are UTF-16
 };
 
 template <class T>
@@ -95,7 +102,16 @@ void PutChunk(Bytes& to, std::uint16_t kind, const Bytes& contents)
     to.insert(to.end(), contents.begin(), contents.end());
 }
 
-std::pair<Text, PropertyList> ReadList(Reader chunk, const std::vector<Text>& names)
+/// Text of format 4 as that of format 3.
+void Narrow(Property& property, std::vector<Text>& unfit)
+{
+    const Text text = format4::DecodeText(property.value, noPage);
+    if (!FitsAnsi(text)) unfit.push_back(property.name);
+    const std::string ansi = ToAnsi(text);
+    property.value.assign(ansi.begin(), ansi.end());
+}
+
+std::pair<Text, PropertyList> ReadList(Reader chunk, const std::vector<Text>& names, std::vector<Text>& unfit)
 {
     Reader head = chunk.Part<std::uint32_t>();
     std::pair<Text, PropertyList> list{head.Name(), {}};
@@ -112,6 +128,7 @@ std::pair<Text, PropertyList> ReadList(Reader chunk, const std::vector<Text>& na
         property.name = names[name];
         const auto value = entry.Raw(entry.Take<std::uint16_t>());
         property.value.assign(value.begin(), value.end());
+        if (chunk.IsWide() && (property.type == textType || property.type == memoType)) Narrow(property, unfit);
         if (!entry.AtEnd()) Fail("a property is longer than its value");
         list.second.Set(std::move(property));
     }
@@ -200,7 +217,10 @@ ObjectProperties ObjectProperties::Decode(const Bytes& stored)
     ObjectProperties properties;
     if (stored.empty()) return properties;
     Reader all(stored);
-    if (std::memcmp(all.Raw(sizeof magic).data(), magic, sizeof magic) != 0) Fail("they do not begin with KKD");
+    const auto start = all.Raw(sizeof magic);
+    const bool isWide = std::memcmp(start.data(), magicOfFormat4, sizeof magic) == 0;
+    if (!isWide && std::memcmp(start.data(), magic, sizeof magic) != 0) Fail("they do not begin with KKD");
+    all = Reader(all.Rest(), isWide);
     while (!all.AtEnd()) {
         const auto before = all.Rest();
         Reader chunk = all.Part<std::uint32_t>();
@@ -209,10 +229,10 @@ ObjectProperties ObjectProperties::Decode(const Bytes& stored)
                 while (!chunk.AtEnd()) properties.names.push_back(chunk.Name());
                 break;
             case ownKind:
-                properties.own = ReadList(chunk, properties.names).second;
+                properties.own = ReadList(chunk, properties.names, properties.unfit).second;
                 break;
             case fieldKind:
-                properties.fields.push_back(ReadList(chunk, properties.names));
+                properties.fields.push_back(ReadList(chunk, properties.names, properties.unfit));
                 break;
             default: {
                 const auto bytes = before.first(before.size() - all.Rest().size());

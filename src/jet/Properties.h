@@ -43,9 +43,11 @@ struct ObjectProperties
 {
     PropertyList own;
     std::vector<std::pair<Text, PropertyList>> fields;
+    std::vector<Text> unfit;  // properties of format 4 whose text code page 1252 cannot hold; `?` stands in it
     Bytes unknownChunks;      // chunks of kinds not understood, kept as they are
     std::vector<Text> names;  // property names in the order of the file; Encode adds those that are missing
 
+    /// Of format 4 too, whose text becomes that of format 3.
     /// @throws Error 3428 when the bytes contradict the format; an empty value gives no properties
     static ObjectProperties Decode(const Bytes& stored);
     Bytes Encode() const;

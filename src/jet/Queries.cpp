@@ -16,9 +16,8 @@ constexpr std::uint8_t startAttribute = 0, endAttribute = 255;
 
 std::optional<Text> TextOf(const Row& row, std::size_t at)
 {
-    const auto* value = std::get_if<std::string>(&row[at]);
-    if (value == nullptr) return std::nullopt;
-    return FromAnsi(*value);
+    if (IsNull(row[at])) return std::nullopt;
+    return TextOr(row[at], {});
 }
 
 void SetText(Row& row, std::size_t at, const std::optional<Text>& text)

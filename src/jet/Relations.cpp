@@ -29,8 +29,7 @@ using FieldPairs = std::vector<std::pair<std::size_t, std::size_t>>;  // positio
 
 Text TextOf(const Row& row, std::size_t at)
 {
-    const auto* value = std::get_if<std::string>(&row[at]);
-    return value != nullptr ? FromAnsi(*value) : Text();
+    return TextOr(row[at], {});
 }
 
 std::int32_t LongOf(const Row& row, std::size_t at)

@@ -148,4 +148,15 @@ void RequireColumns(const TableDefinition& table)
     }
 }
 
+void RequireNames(const TableDefinition& table)
+{
+    for (const TableDefinition& expected : Definitions(SortLocale{})) {
+        if (!EqualIgnoringCase(expected.name, table.name)) continue;
+        for (std::size_t at = 0; at < expected.columns.size(); ++at) {
+            if (at >= table.columns.size() || !EqualIgnoringCase(table.columns[at].name, expected.columns[at].name))
+                throw Damaged(table.page, "a system table lacks a column");
+        }
+    }
+}
+
 }  // namespace vmlib::jet::system

@@ -105,5 +105,7 @@ std::vector<TableDefinition> Definitions(const SortLocale& locale);
 bool HasColumn(const TableDefinition& table, std::size_t at, const ColumnDefinition& expected);
 /// @throws Damaged when a table with the name of a system table lacks a column that every file has, or has it elsewhere
 void RequireColumns(const TableDefinition& table);
+/// The names alone, as of format 4. @throws Damaged
+void RequireNames(const TableDefinition& table);
 
 }  // namespace vmlib::jet::system

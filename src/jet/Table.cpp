@@ -7,6 +7,16 @@
 
 namespace vmlib::jet {
 
+namespace {
+
+TableDefinition ReadPages(Pager& pager, PageNumber page)
+{
+    if (pager.Format() == FileFormat::Format4) return format4::ReadDefinition(pager, page);
+    return ReadDefinitionPages(pager, page);
+}
+
+}  // namespace
+
 Table::State::State(Pager& pagerOfFile, PageAllocator& allocatorOfFile, TableDefinition given)
     : pager(pagerOfFile), allocator(allocatorOfFile), generation(pagerOfFile.Generation())
 {
@@ -16,6 +26,14 @@ Table::State::State(Pager& pagerOfFile, PageAllocator& allocatorOfFile, TableDef
 void Table::State::Adopt(TableDefinition changed)
 {
     definition = std::move(changed);
+    if (definition.format == FileFormat::Format4) {
+        format4 = std::make_shared<const TableDefinition>(definition);
+        for (auto& order : orders)
+            if (order) formerOrders.push_back(std::move(order));
+        orders.clear();
+        orders.resize(definition.trees.size());
+        return;
+    }
     codec = std::make_shared<RowCodec>(definition);
     rows.emplace(pager, allocator, definition.page, definition.ownedMap, definition.roomMap);
     longValues.emplace(pager, allocator);
@@ -40,7 +58,7 @@ Table::State& Table::State::Current()
 {
     if (destroyed) throw Error(ErrorNumber::NoSuchObject, {definition.name});
     if (generation == pager.Generation()) return *this;
-    TableDefinition fresh = ReadDefinitionPages(pager, definition.page);
+    TableDefinition fresh = ReadPages(pager, definition.page);
     fresh.name = definition.name;
     for (ColumnDefinition& column : fresh.columns) {
         if (const auto known = definition.ColumnNumbered(column.number))
@@ -51,8 +69,16 @@ Table::State& Table::State::Current()
     return *this;
 }
 
+Table::State& Table::State::ToChange()
+{
+    State& state = Current();
+    if (state.format4) throw Error(ErrorNumber::ReadOnly);
+    return state;
+}
+
 void Table::State::TakeCounters()
 {
+    if (format4) return;  // they do not change while it is open
     const PageRef page = pager.Read(definition.page);
     definition.rowCount = counters::RowCount(page);
     definition.lastAutoNumber = counters::LastAutoNumber(page);
@@ -73,6 +99,33 @@ std::vector<std::size_t> Table::State::Wanted(const ColumnMask& mask) const
 RowScan Table::State::NewScan(std::vector<std::size_t> wanted)
 {
     return RowScan(pager, *rows, definition.page, codec, std::move(wanted));
+}
+
+const IndexTree& Table::State::OrderOf(std::size_t realIndex)
+{
+    std::unique_ptr<format4::Order>& order = orders.at(realIndex);
+    if (order == nullptr) {
+        const TreeDefinition& tree = definition.trees[realIndex];
+        ColumnMask keyColumns(definition.columns.size(), false);
+        for (const IndexColumn& column : tree.columns)
+            keyColumns[definition.ColumnNumbered(column.column).value()] = true;
+        auto made = std::make_unique<format4::Order>();
+        format4::Scan scan(pager, format4, Wanted(keyColumns));
+        while (scan.Next()) {
+            if (const auto key = IndexKey::Of(definition, tree, scan.Current())) made->Add(*key, scan.Where());
+        }
+        order = std::move(made);
+    }
+    return order->Tree();
+}
+
+bool Table::State::FetchStored(RowPointer at, Row& row, const ColumnMask& columns)
+{
+    const format4::StoredRow found = format4::FindRow(pager, definition.page, at);
+    if (found.page == nullptr) return false;
+    row.assign(definition.columns.size(), Value());
+    format4::DecodeRow(pager, *format4, found, Wanted(columns), row);
+    return true;
 }
 
 Table::Table(Pager& pager, PageAllocator& allocator, TableDefinition definition)
@@ -99,12 +152,13 @@ const TableDefinition& Table::Definition()
 TableDefinition Table::ReadDefinition(Pager& pager, PageNumber page)
 {
     const ReadScope scope(pager);
-    return ReadDefinitionPages(pager, page);
+    return ReadPages(pager, page);
 }
 
 std::uint32_t Table::RowCount()
 {
     const ReadScope scope(state_->pager);
+    if (state_->format4) return state_->Current().definition.rowCount;
     return counters::RowCount(state_->pager.Read(state_->definition.page));
 }
 
@@ -112,17 +166,18 @@ Table::Cursor::Cursor() = default;
 
 bool Table::Cursor::Next()
 {
-    return state_ && state_->Next();
+    if (state_) return state_->Next();
+    return stored_ && stored_->Next();
 }
 
 const Row& Table::Cursor::Current() const
 {
-    return state_->Current();
+    return state_ ? state_->Current() : stored_->Current();
 }
 
 RowPointer Table::Cursor::Where() const
 {
-    return state_->Where();
+    return state_ ? state_->Where() : stored_->Where();
 }
 
 Table::Cursor Table::Scan(const ColumnMask& columns)
@@ -130,6 +185,10 @@ Table::Cursor Table::Scan(const ColumnMask& columns)
     const ReadScope scope(state_->pager);
     State& state = state_->Current();
     Cursor cursor;
+    if (state.format4) {
+        cursor.stored_ = std::make_shared<format4::Scan>(state.pager, state.format4, state.Wanted(columns));
+        return cursor;
+    }
     cursor.state_ = std::make_shared<Cursor::State>(state.NewScan(state.Wanted(columns)));
     std::erase_if(state.scans, [](const auto& scan) { return scan.expired(); });
     state.scans.push_back(cursor.state_);
@@ -140,6 +199,7 @@ bool Table::Fetch(RowPointer at, Row& row, const ColumnMask& columns)
 {
     const ReadScope scope(state_->pager);
     State& state = state_->Current();
+    if (state.format4) return state.FetchStored(at, row, columns);
     const auto found = state.rows->Find(at);
     if (!found) return false;
     const std::vector<std::size_t> wanted = state.Wanted(columns);
@@ -152,7 +212,8 @@ bool Table::Fetch(RowPointer at, Row& row, const ColumnMask& columns)
 IndexTree Table::Tree(std::size_t realIndex)
 {
     const ReadScope scope(state_->pager);
-    return state_->Current().trees.at(realIndex);
+    State& state = state_->Current();
+    return state.format4 ? state.OrderOf(realIndex) : state.trees.at(realIndex);
 }
 
 }  // namespace vmlib::jet

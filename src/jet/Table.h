@@ -9,6 +9,10 @@
 
 namespace vmlib::jet {
 
+namespace format4 {
+class Scan;
+}
+
 /// Which columns to decode; empty: all. Indexed by position in TableDefinition::columns.
 using ColumnMask = std::vector<bool>;
 
@@ -66,6 +70,7 @@ public:
         friend class Table;
         struct State;
         std::shared_ptr<State> state_;
+        std::shared_ptr<format4::Scan> stored_;  // instead, in a file of format 4
     };
     /// Columns outside the mask are Null in Current(). The table must outlive the cursor's last Next.
     Cursor Scan(const ColumnMask& columns = {});
@@ -90,7 +95,8 @@ public:
     /// Moves the counter to at least `given`.
     void NoteAutoNumber(std::int32_t given);
 
-    /// The tree of a real index, to search in; valid until the table changes.
+    /// The tree of a real index, to search in; valid until the table changes. Of format 4 one in memory, made of all
+    /// rows at the first call; text without a byte in code page 1252 stands there as its best fit.
     IndexTree Tree(std::size_t realIndex);
     /// Builds a real index over the rows there are and writes it into the definition, and a logical index of that name
     /// with it. The tree is the index's own: only relations share one (TreeOver).

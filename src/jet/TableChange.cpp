@@ -155,7 +155,7 @@ void Table::State::NoteInserted(RowPointer at)
 
 RowPointer Table::Insert(const Row& row)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     if (row.size() != state.definition.columns.size()) throw Error(ErrorNumber::InvalidArgument);
     state.kept.assign(row.size(), false);
     state.longFields.resize(row.size());
@@ -186,7 +186,7 @@ RowPointer Table::Insert(const Row& row)
 
 void Table::Update(RowPointer at, const Row& row)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     if (row.size() != state.definition.columns.size()) throw Error(ErrorNumber::InvalidArgument);
     const auto found = state.rows->Find(at);
     if (!found) throw Error(ErrorNumber::RecordDeleted);
@@ -214,7 +214,7 @@ void Table::Update(RowPointer at, const Row& row)
 
 void Table::Delete(RowPointer at)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     const auto found = state.rows->Find(at);
     if (!found) throw Error(ErrorNumber::RecordDeleted);
     const Bytes copy(found->bytes.begin(), found->bytes.end());
@@ -233,7 +233,7 @@ void Table::Delete(RowPointer at)
 
 std::int32_t Table::TakeAutoNumber()
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     const PageEdit page = state.pager.Edit(state.definition.page);
     const std::uint32_t next = counters::LastAutoNumber(page.Ref()) + 1;
     counters::SetLastAutoNumber(page, next);
@@ -242,7 +242,7 @@ std::int32_t Table::TakeAutoNumber()
 
 void Table::NoteAutoNumber(std::int32_t given)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     const PageEdit page = state.pager.Edit(state.definition.page);
     const auto last = static_cast<std::int32_t>(counters::LastAutoNumber(page.Ref()));
     if (given > last) counters::SetLastAutoNumber(page, static_cast<std::uint32_t>(given));

@@ -96,7 +96,7 @@ TableDefinition Table::Create(Pager& pager, PageAllocator& allocator, TableDefin
 
 void Table::Destroy()
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     UnitOfWork unit(state.pager);
     for (IndexTree& tree : state.trees) tree.Destroy();
     for (const std::size_t i : state.longColumns) state.longValues->Destroy(state.definition.columns[i]);
@@ -184,7 +184,7 @@ void Table::State::BuildTree(TableDefinition& changed, TreeDefinition tree, bool
 
 void Table::AddIndex(const NewIndex& wanted, Files& files, TextView temporaryFolder)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     state.CheckIndexColumns(wanted.columns);
     const auto isPrimary = [](const IndexDefinition& index) { return index.kind == IndexDefinition::Kind::Primary; };
     const auto& indexes = state.definition.indexes;
@@ -210,7 +210,7 @@ void Table::AddIndex(const NewIndex& wanted, Files& files, TextView temporaryFol
 
 void Table::RemoveIndex(TextView name)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     const IndexDefinition* const found = state.definition.IndexNamed(name);
     if (!found) throw Error(ErrorNumber::NoSuchIndex, {state.definition.name, Text(name)});
     const std::uint32_t real = found->realIndex, number = found->number;
@@ -231,7 +231,7 @@ void Table::RemoveIndex(TextView name)
 
 std::size_t Table::TreeOver(const std::vector<IndexColumn>& columns, Files& files, TextView temporaryFolder)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     state.CheckIndexColumns(columns);
     const auto& trees = state.definition.trees;
     const auto same = std::find_if(trees.begin(), trees.end(), [&](const TreeDefinition& tree) {
@@ -253,7 +253,7 @@ std::uint32_t Table::NextIndexNumber()
 
 void Table::AddLogicalIndex(IndexDefinition index)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     if (index.realIndex >= state.definition.trees.size()) throw Error(ErrorNumber::InvalidArgument);
     TableDefinition changed = state.definition;
     state.AddLogical(changed, std::move(index));
@@ -262,7 +262,7 @@ void Table::AddLogicalIndex(IndexDefinition index)
 
 void Table::SetOtherIndex(std::uint32_t number, std::int32_t otherIndex)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     TableDefinition changed = state.definition;
     const auto index = std::find_if(changed.indexes.begin(), changed.indexes.end(),
                                     [&](const auto& one) { return one.number == number; });
@@ -273,7 +273,7 @@ void Table::SetOtherIndex(std::uint32_t number, std::int32_t otherIndex)
 
 void Table::AddColumn(ColumnDefinition column)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     TableDefinition changed = state.definition;
     const bool firstVariable = changed.variableColumnsEver == 0;
     const bool lostColumns = changed.columnsEver > changed.columns.size();
@@ -314,7 +314,7 @@ void Table::State::RewriteOlderRows()
 
 void Table::RemoveColumn(TextView name)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     TableDefinition changed = state.definition;
     const ColumnDefinition column = ColumnOf(changed, name);
     for (const TreeDefinition& tree : changed.trees) {
@@ -333,7 +333,7 @@ void Table::RemoveColumn(TextView name)
 
 void Table::RenameColumn(TextView from, TextView to)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     TableDefinition changed = state.definition;
     ColumnOf(changed, from).name = to;
     state.Redesign(std::move(changed));
@@ -341,7 +341,7 @@ void Table::RenameColumn(TextView from, TextView to)
 
 void Table::RewriteDefinition(const TableDefinition& wanted)
 {
-    State& state = state_->Current();
+    State& state = state_->ToChange();
     TableDefinition changed = state.definition;
     changed.name = wanted.name;
     for (ColumnDefinition& column : changed.columns) {

@@ -4,6 +4,8 @@
 #include <optional>
 #include <vector>
 
+#include "jet/Format4Order.h"
+#include "jet/Format4Rows.h"
 #include "jet/LongValues.h"
 #include "jet/RowCodec.h"
 #include "jet/RowScan.h"
@@ -21,9 +23,12 @@ struct Table::State
 
     // Table.cpp
     State& Current();                     // decodes again when the file changed by other means
+    State& ToChange();  // @throws Error 3027 when the file is of format 4
     void Adopt(TableDefinition changed);  // takes over a definition that was just written
     void TakeCounters();                  // row count and AutoNumber as the page has them now
     std::vector<std::size_t> Wanted(const ColumnMask& mask) const;
+    bool FetchStored(RowPointer at, Row& row, const ColumnMask& columns);
+    const IndexTree& OrderOf(std::size_t realIndex);  // of format 4
     RowScan NewScan(std::vector<std::size_t> wanted);
 
     // TableChange.cpp
@@ -60,6 +65,9 @@ struct Table::State
 
     // Made from the definition
     std::shared_ptr<const RowCodec> codec;
+    std::shared_ptr<const TableDefinition> format4;             // of format 4; then nothing of the following is
+    std::vector<std::unique_ptr<format4::Order>> orders;        // by real index; null until asked for
+    std::vector<std::unique_ptr<format4::Order>> formerOrders;  // somebody may still stand in them
     std::optional<RowStore> rows;
     std::optional<LongValues> longValues;
     std::vector<IndexTree> trees;

@@ -95,18 +95,20 @@ Workspace::~Workspace()
 std::shared_ptr<Database> Workspace::Open(TextView path, const OpenOptions& options)
 {
     const FileFacts facts = RequireFile(state_->files, path);
-    const bool readOnly = options.readOnly || facts.isReadOnly;
+    bool readOnly = options.readOnly || facts.isReadOnly;
     std::shared_ptr<DatabaseFile> file = state_->FileOf(facts.identity);
     if (file != nullptr) {
+        readOnly = readOnly || file->GetPager().Format() == FileFormat::Format4;
         Upgrade(*state_, *file, readOnly, options.exclusive);
         RequirePassword(file->GetPager(), options.password);
     } else {
         const Text full = state_->files.FullPath(path);
         SettleJournal(state_->files, full);
         auto opened = OpenForDatabase(state_->files, full, readOnly, options.exclusive);
-        RequireDatabase(*opened, !options.exclusive, options);
-        file = std::make_shared<DatabaseFile>(state_->files, std::move(opened),
-                                              OptionsFor(*state_, readOnly, options.exclusive), state_->now);
+        PagerOptions ofPager = OptionsFor(*state_, readOnly, options.exclusive);
+        ofPager.format = RequireDatabase(*opened, !options.exclusive, options);
+        if (ofPager.format == FileFormat::Format4) ofPager.readOnly = readOnly = true;
+        file = std::make_shared<DatabaseFile>(state_->files, std::move(opened), std::move(ofPager), state_->now);
         state_->Join(file);
     }
     std::shared_ptr<Database> database(new Database(state_, std::move(file), readOnly, options.exclusive));

@@ -79,7 +79,7 @@ bool Agrees(const Value& value, const std::string& printed)
                    (zero == v.begin() ? "<null>" : hex.substr(0, 2 * static_cast<std::size_t>(zero - v.begin())));
         }
         bool operator()(const Guid&) const { return true; }
-        bool operator()(const Text&) const { return false; }
+        bool operator()(const Text& v) const { return printed == ToUtf8(v); }
     };
     return std::visit(Visitor{printed}, value);
 }

@@ -73,7 +73,7 @@ TEST_F(PropertiesTest, DamageIsAnErrorAndNeverACrash)
             EXPECT_TRUE(number == 0 || number == 3428);
         }
     }
-    EXPECT_EQ(NumberOf([] { ObjectProperties::Decode(FromHex("4D523200")); }), 3428);
+    EXPECT_EQ(NumberOf([] { ObjectProperties::Decode(FromHex("4D523300")); }), 3428);
     // A property and a head that are longer than what they hold: encoded again they would lose bytes.
     for (const char* list :
          {"16000000 0000 06000000 0000 0A00 00 01 0000 0100 FF 00", "0D000000 0000 07000000 0000 00"}) {

@@ -62,7 +62,7 @@ TEST_F(WorkspaceTest, OpenRefuses)
     folder_.Write("empty.mdb", "");
     folder_.Write("text.mdb", std::string(5000, 'x'));
     folder_.Write("short.mdb", good.substr(0, 2000));
-    changed("later.mdb", 0x14, std::string_view("\1", 1));
+    changed("encrypted.mdb", 0x3E, "wxyz");
     changed("unknown.mdb", 0x14, std::string_view("\7", 1));
     changed("writing.mdb", 0x600, std::string_view("\0\0", 2));
     changed("otherwriting.mdb", 0x610, std::string_view("\0\0", 2));
@@ -74,11 +74,16 @@ TEST_F(WorkspaceTest, OpenRefuses)
         std::int32_t number;
         const char* text;
     } cases[] = {
-        {"no\\a.mdb", 3044, ""},          {"missing.mdb", 3024, "missing.mdb"},
-        {"folder.mdb", 3051, ""},         {"empty.mdb", 3343, "empty.mdb"},
-        {"text.mdb", 3343, "text.mdb"},   {"short.mdb", 3343, "short.mdb"},
-        {"later.mdb", 3343, "format 4"},  {"unknown.mdb", 3343, "unknown"},
-        {"writing.mdb", 3049, "writing"}, {"otherwriting.mdb", 3049, ""},
+        {"no\\a.mdb", 3044, ""},
+        {"missing.mdb", 3024, "missing.mdb"},
+        {"folder.mdb", 3051, ""},
+        {"empty.mdb", 3343, "empty.mdb"},
+        {"text.mdb", 3343, "text.mdb"},
+        {"short.mdb", 3343, "short.mdb"},
+        {"encrypted.mdb", 3343, "encrypted"},
+        {"unknown.mdb", 3343, "unknown"},
+        {"writing.mdb", 3049, "writing"},
+        {"otherwriting.mdb", 3049, ""},
         {"damaged.mdb", 3428, ""},
     };
     for (const auto& row : cases) {
