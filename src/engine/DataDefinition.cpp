@@ -10,6 +10,8 @@
 namespace vmlib::engine {
 namespace {
 
+constexpr std::int32_t fieldInIndex = 3280;
+
 class DataDefinition
 {
 public:
@@ -47,9 +49,11 @@ public:
         RequireTable(statement.table);
         switch (statement.action) {
             case sql::AlterTableStatement::Action::AddColumn:
-                return storage_.AddColumn(statement.table, NextColumn(statement));
+                storage_.AddColumn(statement.table, NextColumn(statement));
+                for (const auto& constraint : statement.columnConstraints) AddConstraint(statement.table, constraint);
+                return;
             case sql::AlterTableStatement::Action::DropColumn:
-                return storage_.DropColumn(statement.table, statement.name);
+                return DropColumn(statement.table, statement.name);
             case sql::AlterTableStatement::Action::AddConstraint:
                 return AddConstraint(statement.table, statement.constraint);
             case sql::AlterTableStatement::Action::DropConstraint:
@@ -174,6 +178,27 @@ private:
             return fields;
         }
         throw Error(ErrorNumber::NoPrimaryKeyReferenced, {table});
+    }
+
+    /// What a field is needed for has other numbers here than where a field is deleted.
+    void DropColumn(const Text& table, const Text& name)
+    {
+        const auto uses = [&](const jet::RelationDefinition& relation) {
+            return std::ranges::any_of(relation.fields, [&](const auto& pair) {
+                return (jet::SameName(relation.table, table) && jet::SameName(pair.first, name)) ||
+                       (jet::SameName(relation.foreignTable, table) && jet::SameName(pair.second, name));
+            });
+        };
+        if (std::ranges::any_of(storage_.Relations(), uses))
+            throw Error(ErrorNumber::CannotDeleteFieldInRelation, {name});
+        const auto opened = storage_.OpenTable(table);
+        const auto position = opened->Definition().ColumnNamed(name);
+        for (const auto& tree : opened->Definition().trees)
+            for (const auto& column : tree.columns)
+                if (position && column.column == opened->Definition().columns[*position].number)
+                    throw Error(fieldInIndex,
+                                u"Can't delete a field that is part of an index or is needed by the system.");
+        storage_.DropColumn(table, name);
     }
 
     void DropConstraint(const Text& table, const Text& name)

@@ -8,28 +8,18 @@ namespace {
 
 RowShape ShapeOf(const Selection& selection, KeysetRows::Keep keep)
 {
-    RowShape shape;
-    shape.columns = selection.Columns();
-    if (keep == KeysetRows::Keep::Pointers) {
-        shape.tables = selection.Tables();
-        shape.origins = selection.Origins();
-    }
-    shape.origins.resize(shape.columns.size());
-    shape.designs.resize(shape.columns.size());
-    for (std::size_t i = 0; i < shape.columns.size(); ++i) {
-        const jet::ColumnDefinition* design = shape.origins[i] ? nullptr : selection.DesignOf(i);
-        if (design) shape.designs[i] = std::make_shared<const jet::ColumnDefinition>(*design);
-    }
+    RowShape shape = ShapeOfValues(selection);
+    if (keep == KeysetRows::Keep::Values) return shape;
+    shape.tables = selection.Tables();
+    shape.origins = selection.Origins();
+    for (std::size_t i = 0; i < shape.columns.size(); ++i)
+        if (shape.origins[i]) shape.designs[i].reset();
     return shape;
 }
 
 }  // namespace
 
-KeysetRows::KeysetRows(const Selection& selection, Keep keepWhat) : KeysetRows(ShapeOf(selection, keepWhat), keepWhat)
-{
-}
-
-KeysetRows::KeysetRows(RowShape shapeOfRows, Keep keepWhat) : shape(std::move(shapeOfRows)), keep(keepWhat)
+KeysetRows::KeysetRows(const Selection& selection, Keep keepWhat) : shape(ShapeOf(selection, keepWhat)), keep(keepWhat)
 {
     for (const auto& origin : shape.origins) {
         if (origin)
@@ -37,6 +27,17 @@ KeysetRows::KeysetRows(RowShape shapeOfRows, Keep keepWhat) : shape(std::move(sh
         else
             valueOf.push_back(valuesPerRow++);
     }
+    const SessionRef& session = selection.TheEngine().TheDatabase().TheSession();
+    values = std::make_unique<KeptRows>(session->FilesPort(), session->TemporaryFolder(), valuesPerRow);
+}
+
+KeysetRows::KeysetRows(const KeysetRows& like, std::nullptr_t)
+    : shape(like.shape),
+      keep(like.keep),
+      valueOf(like.valueOf),
+      valuesPerRow(like.valuesPerRow),
+      values(like.values->Another())
+{
 }
 
 void KeysetRows::Fill(const Selection& selection)
@@ -46,8 +47,11 @@ void KeysetRows::Fill(const Selection& selection)
     const auto stream = selection.Run(wanted);
     while (stream->Next()) {
         for (std::size_t table = 0; table < shape.tables.size(); ++table) pointers.push_back(stream->Pointer(table));
+        jet::Row row;
+        row.reserve(valuesPerRow);
         for (std::size_t column = 0; column < valueOf.size(); ++column)
-            if (valueOf[column]) values.push_back(stream->Value(column));
+            if (valueOf[column]) row.push_back(stream->Value(column));
+        values->Add(std::move(row));
         deleted.push_back(false);
     }
     selected = Size();
@@ -91,7 +95,7 @@ bool Keyset::GoTo(const Bytes& bookmark)
 jet::Value Keyset::Read(std::size_t column)
 {
     if (rows_->deleted[at_]) throw Error(ErrorNumber::RecordDeleted);
-    if (const auto slot = rows_->valueOf[column]) return rows_->values[at_ * rows_->valuesPerRow + *slot];
+    if (const auto slot = rows_->valueOf[column]) return rows_->values->At(at_)[*slot];
     const auto& origin = *rows_->shape.origins[column];
     const auto pointer = Pointer(origin.table);
     if (!pointer) return Null{};  // an outer join found no row
@@ -139,7 +143,7 @@ Bytes Keyset::Added(jet::RowPointer row)
 {
     rows_->pointers.push_back(row);
     for (std::size_t table = 1; table < rows_->shape.tables.size(); ++table) rows_->pointers.push_back(std::nullopt);
-    rows_->values.resize(rows_->values.size() + rows_->valuesPerRow);
+    rows_->values->Add(jet::Row(rows_->valuesPerRow));
     rows_->deleted.push_back(false);
     return MakeBookmark(rows_->number, static_cast<std::uint32_t>(rows_->Size() - 1));
 }
@@ -150,11 +154,11 @@ std::unique_ptr<RowSource> Keyset::Subset(const std::vector<Bytes>& bookmarks) c
         const auto begin = list.begin() + static_cast<std::ptrdiff_t>(place * width);
         into.insert(into.end(), begin, begin + static_cast<std::ptrdiff_t>(width));
     };
-    auto subset = std::make_shared<KeysetRows>(rows_->shape, rows_->keep);
+    auto subset = std::make_shared<KeysetRows>(*rows_, nullptr);
     for (const Bytes& bookmark : bookmarks) {
         const std::size_t place = PlaceOf(bookmark, rows_->number);
         copyOf(rows_->pointers, place, rows_->shape.tables.size(), subset->pointers);
-        copyOf(rows_->values, place, rows_->valuesPerRow, subset->values);
+        if (rows_->valuesPerRow > 0) subset->values->Add(rows_->values->At(place));
         subset->deleted.push_back(false);
     }
     subset->selected = subset->Size();

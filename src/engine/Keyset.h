@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/KeptRows.h"
 #include "engine/RowSource.h"
 
 namespace vmlib::engine {
@@ -16,7 +17,7 @@ struct KeysetRows
 
     KeysetRows(const Selection& selection, Keep keep);
     /// The same columns without rows.
-    KeysetRows(RowShape shape, Keep keep);
+    KeysetRows(const KeysetRows& like, std::nullptr_t);
     /// Runs the selection and keeps all its rows.
     void Fill(const Selection& selection);
 
@@ -29,7 +30,7 @@ struct KeysetRows
     std::size_t valuesPerRow = 0;
 
     std::vector<std::optional<jet::RowPointer>> pointers;  // tables.size() a row
-    std::vector<jet::Value> values;                        // valuesPerRow a row
+    std::unique_ptr<KeptRows> values;                      // valuesPerRow a row
     std::vector<bool> deleted;
     std::size_t visited = 0;   // rows up to the farthest place that a move reached
     std::size_t selected = 0;  // rows that the selection gave; behind them are those added since

@@ -125,6 +125,8 @@ ParameterList& QueryDefObject::ParameterObjects()
     auto list = std::make_shared<ParameterList>(TheSession());
     QueryEngine& engine = database_->Queries();
     const QueryEngine::Scope scope(engine);
+    const Parameters none;
+    const QueryEngine::Values values(engine, none, true);
     const sql::Statement statement = Statement();
     std::vector<sql::ParameterUse> uses;
     if (const auto* select = std::get_if<sql::SelectStatement>(&statement))
@@ -166,6 +168,8 @@ Variant QueryDefObject::Fields(const Optional& index)
     auto fields = std::make_shared<QueryFields>(TheSession());
     QueryEngine& engine = database_->Queries();
     const QueryEngine::Scope scope(engine);
+    const Parameters given = ParameterValues();
+    const QueryEngine::Values values(engine, given, true);
     const sql::Statement statement = Statement();
     if (const auto* select = std::get_if<sql::SelectStatement>(&statement))
         for (auto& column : sql::TranslateSelect(*select, engine).columns)

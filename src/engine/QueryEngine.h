@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -11,6 +12,9 @@
 #include "sql/Translate.h"
 
 namespace vmlib::engine {
+
+/// Values of a query's parameters by name.
+using Parameters = std::map<Text, Variant>;
 
 /// A prepared statement of the private connection.
 class SqliteStatement
@@ -79,6 +83,32 @@ public:
     };
 
     std::optional<sql::SchemaTable> Find(TextView name, const sql::Place& place) override;
+    std::vector<Variant> FirstColumn(const sql::Translation& query) override;
+
+    /// While one lives, queries that must run before others can be translated have these values.
+    class Values
+    {
+    public:
+        /// @param missing  values that are not given are Null, so that a query can be described before it has them
+        Values(QueryEngine& engine, const Parameters& parameters, bool missing = false)
+            : engine_(engine),
+              outer_(std::exchange(engine.parameters_, &parameters)),
+              outerMissing_(std::exchange(engine.missingAreNull_, missing))
+        {
+        }
+        Values(const Values&) = delete;
+        Values& operator=(const Values&) = delete;
+        ~Values()
+        {
+            engine_.parameters_ = outer_;
+            engine_.missingAreNull_ = outerMissing_;
+        }
+
+    private:
+        QueryEngine& engine_;
+        const Parameters* outer_;
+        bool outerMissing_;
+    };
 
     DatabaseHandle& TheDatabase() { return database_; }
     /// The database that a place means. The password of a file behind IN is the one given there, else that of the open
@@ -122,6 +152,8 @@ private:
     std::vector<Entry> entries_;
     std::unordered_map<Text, std::shared_ptr<jet::Database>, NameHash, NameEqual> foreign_;  // by full path
     int scopes_ = 0;
+    const Parameters* parameters_ = nullptr;
+    bool missingAreNull_ = false;
 };
 
 /// True when both are open on the same file.

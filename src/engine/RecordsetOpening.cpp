@@ -1,6 +1,7 @@
 #include "engine/RecordsetOpening.h"
 
 #include "automation/Convert.h"
+#include "engine/ForwardRows.h"
 #include "engine/Keyset.h"
 #include "engine/Queries.h"
 #include "engine/RecordsetObject.h"
@@ -33,43 +34,44 @@ std::int32_t OptionsOf(const Optional& options)
     return flags;
 }
 
+struct Fetched
+{
+    std::unique_ptr<RowSource> rows;
+    std::vector<Text> reads;  // the tables that they come from
+};
+
 /// Runs the query and keeps its rows as the type of recordset asks.
-std::unique_ptr<RowSource> Fetch(DatabaseHandle& database, const sql::SelectStatement& statement,
-                                 const Parameters& parameters, RecordsetType type)
+Fetched Fetch(DatabaseHandle& database, const sql::SelectStatement& statement, const Parameters& parameters,
+              RecordsetType type)
 {
     const QueryEngine::Scope scope(database.Queries());
     const jet::ReadScope reading(database.Storage().GetPager());
     const bool live = type == RecordsetType::Dynaset || type == RecordsetType::Table;
     const Selection selection = Selection::Of(database.Queries(), statement, parameters, live);
+    if (type == RecordsetType::ForwardOnly && selection.IsPlain())
+        return {std::make_unique<ForwardRows>(selection), selection.TablesRead()};
     const bool pointers = live && !selection.Tables().empty();
     auto rows =
         std::make_shared<KeysetRows>(selection, pointers ? KeysetRows::Keep::Pointers : KeysetRows::Keep::Values);
     rows->Fill(selection);
     rows->countsTable = type == RecordsetType::Table;
-    return std::make_unique<Keyset>(std::move(rows));
+    return {std::make_unique<Keyset>(std::move(rows)), selection.TablesRead()};
 }
 
 std::shared_ptr<RecordsetObject> Open(const DatabaseRef& database, const Text& name, sql::SelectStatement statement,
                                       Cursor::Opening opening, const Parameters& parameters)
 {
+    // Fetched before the cursor is made, which wants to know the tables.
+    auto first = std::make_shared<Fetched>(Fetch(*database, statement, parameters, opening.type));
+    opening.reads = std::move(first->reads);
     // The cursor holds the database; its opener must not do so too, or neither would ever go.
-    Cursor::Opener opener = [handle = database.get(), statement = std::move(statement), parameters,
-                             type = opening.type] { return Fetch(*handle, statement, parameters, type); };
+    Cursor::Opener opener = [first = std::move(first), handle = database.get(), statement = std::move(statement),
+                             parameters, type = opening.type] {
+        return first->rows ? std::move(first->rows) : Fetch(*handle, statement, parameters, type).rows;
+    };
     auto cursor = std::make_shared<Cursor>(database, std::move(opening), std::move(opener));
     database->Remember(cursor);
     return std::make_shared<RecordsetObject>(std::move(cursor), name);
-}
-
-std::vector<Text> TablesOf(const std::vector<sql::Source>& sources)
-{
-    std::vector<Text> tables;
-    const auto add = [&](auto& self, const sql::Source& source) -> void {
-        if (source.kind == sql::Source::Kind::Table) tables.push_back(source.name);
-        if (source.left) self(self, *source.left);
-        if (source.right) self(self, *source.right);
-    };
-    for (const auto& source : sources) add(add, source);
-    return tables;
 }
 
 }  // namespace
@@ -92,7 +94,6 @@ std::shared_ptr<RecordsetObject> OpenSelect(const DatabaseRef& database, const T
     opening.type = TypeOf(type, flags).value_or(RecordsetType::Dynaset);
     if (opening.type == RecordsetType::Table) throw Error(ErrorNumber::NoSuchObject, {name});
     opening.readOnly = (flags & readOnlyOption) != 0;
-    if (statement.place.path.empty() && statement.place.connect.empty()) opening.reads = TablesOf(statement.from);
     return Open(database, name, std::move(statement), std::move(opening), parameters);
 }
 
@@ -107,7 +108,6 @@ std::shared_ptr<RecordsetObject> OpenByName(const DatabaseRef& database, const T
         opening.type = TypeOf(type, flags).value_or(RecordsetType::Table);
         opening.readOnly = (flags & readOnlyOption) != 0 || IsSystem(*entry);
         opening.table = entry->name;
-        opening.reads = {entry->name};
         return Open(database, entry->name, SelectAll(entry->name), std::move(opening), parameters);
     }
     if (TypeOf(type, flags) == RecordsetType::Table) throw Error(ErrorNumber::NoSuchObject, {source});

@@ -6,6 +6,18 @@
 
 namespace vmlib::engine {
 
+RowShape ShapeOfValues(const Selection& selection)
+{
+    RowShape shape;
+    shape.columns = selection.Columns();
+    shape.origins.resize(shape.columns.size());
+    shape.designs.resize(shape.columns.size());
+    for (std::size_t i = 0; i < shape.columns.size(); ++i)
+        if (const jet::ColumnDefinition* design = selection.DesignOf(i))
+            shape.designs[i] = std::make_shared<const jet::ColumnDefinition>(*design);
+    return shape;
+}
+
 const jet::Row& RowReader::At(jet::RowPointer pointer)
 {
     if (isRead_ && pointer == pointer_) return row_;

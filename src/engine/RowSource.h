@@ -14,6 +14,9 @@ struct RowShape
     std::vector<std::shared_ptr<const jet::ColumnDefinition>> designs;
 };
 
+/// The shape of rows that are kept as values, whose columns change no table.
+RowShape ShapeOfValues(const Selection& selection);
+
 /// The rows of a recordset in their order, one of them current. Knows no edit buffer and no BOF or EOF.
 /// A move returns false when there is no row in that direction; the place is lost then, until First, Last or GoTo.
 class RowSource

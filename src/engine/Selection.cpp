@@ -80,6 +80,7 @@ std::vector<Variant> ValuesFor(const std::vector<sql::ParameterUse>& uses, const
 Selection Selection::Of(QueryEngine& engine, const sql::SelectStatement& statement, const Parameters& parameters,
                         bool pointers)
 {
+    const QueryEngine::Values values(engine, parameters);
     auto plain = sql::AsPlainProjection(statement, engine);
     if (!plain) return Of(engine, sql::TranslateSelect(statement, engine, {.rowPointers = pointers}), parameters);
     Selection selection(engine);
@@ -156,6 +157,14 @@ bool Selection::Reads(jet::Database& database, TextView table) const
     return std::ranges::any_of(read_, [&](const TableRef& read) {
         return SameFile(*read.database, database) && EqualIgnoringCase(read.table->Definition().name, table);
     });
+}
+
+std::vector<Text> Selection::TablesRead() const
+{
+    std::vector<Text> names;
+    for (const TableRef& read : read_)
+        if (SameFile(*read.database, engine_->TheDatabase().Storage())) names.push_back(read.table->Definition().name);
+    return names;
 }
 
 sql::SelectStatement SelectAll(TextView name)

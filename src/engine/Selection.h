@@ -1,13 +1,8 @@
 #pragma once
 
-#include <map>
-
 #include "engine/QueryEngine.h"
 
 namespace vmlib::engine {
-
-/// Values of a query's parameters by name.
-using Parameters = std::map<Text, Variant>;
 
 /// Rows of a query, one after the other. What is read stays valid until the next Next. One reader's lock is held while
 /// it lives.
@@ -33,6 +28,12 @@ public:
     static Selection Of(QueryEngine& engine, const sql::SelectStatement& statement, const Parameters& parameters,
                         bool pointers);
     static Selection Of(QueryEngine& engine, sql::Translation translation, const Parameters& parameters);
+
+    QueryEngine& TheEngine() const { return *engine_; }
+    /// A projection of one table, which is scanned without SQLite.
+    bool IsPlain() const { return isPlain_; }
+    /// Names of the stored tables of the running database that are read, directly or not.
+    std::vector<Text> TablesRead() const;
 
     const std::vector<sql::OutputColumn>& Columns() const { return columns_; }
     /// Base tables whose row pointers come; empty for a result that is not updatable.

@@ -33,6 +33,7 @@ bool IsTroubleOfARow(const Error& error)
 std::int32_t StatementRunner::Run(const sql::Statement& statement)
 {
     const QueryEngine::Scope scope(engine_);
+    const QueryEngine::Values values(engine_, parameters_);
     if (const auto* select = std::get_if<sql::SelectStatement>(&statement)) {
         if (!select->into) throw Error(ErrorNumber::CannotExecuteSelect);
         return MakeTable(*select);

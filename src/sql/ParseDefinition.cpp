@@ -26,15 +26,15 @@ CreateTableStatement ParserState::CreateTable()
         if (constraint)
             create.constraints.push_back(Constraint(clause));
         else
-            create.columns.push_back(Column(&create));
+            create.columns.push_back(Column(create.constraints));
     } while (Take(u","));
     Expect(u")", clause);
     return create;
 }
 
 /// name type [(size)] [NOT NULL] [[CONSTRAINT name] PRIMARY KEY | UNIQUE | REFERENCES table [(field)]].
-/// Constraints go to the table; ALTER TABLE takes none.
-ColumnSpecification ParserState::Column(CreateTableStatement* table)
+/// Constraints are added to those of the table.
+ColumnSpecification ParserState::Column(std::vector<ConstraintSpecification>& constraints)
 {
     constexpr ErrorNumber clause = ErrorNumber::SyntaxInFieldDefinition;
     ColumnSpecification column;
@@ -50,8 +50,8 @@ ColumnSpecification ParserState::Column(CreateTableStatement* table)
             column.notNull = true;
         } else if (Peek().IsWord(u"NULL")) {
             Take();
-        } else if (Peek().kind == Token::Kind::Word && table != nullptr) {
-            table->constraints.push_back(ColumnConstraint(column));
+        } else if (Peek().kind == Token::Kind::Word) {
+            constraints.push_back(ColumnConstraint(column));
         } else {
             return column;
         }
@@ -177,7 +177,7 @@ AlterTableStatement ParserState::AlterTable()
             alter.constraint = Constraint(clause);
         } else {
             TakeWord(u"COLUMN");
-            alter.column = Column(nullptr);
+            alter.column = Column(alter.columnConstraints);
         }
         return alter;
     }

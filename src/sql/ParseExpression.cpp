@@ -113,7 +113,7 @@ bool ParserState::EndsExpression(const Token& token) const
         case Token::Kind::End:
             return true;
         case Token::Kind::Symbol:
-            return !token.Is(u"(") && !token.Is(u")");
+            return token.Is(u",") || token.Is(u";");
         case Token::Kind::Word:
             return IsOneOf(token, followers);
         default:
@@ -190,6 +190,7 @@ ExpressionRef ParserState::Associative(ExpressionRef first, Operator op, int lev
     std::vector<ExpressionRef> terms{std::move(first)};
     for (const Operation* next = OperationOf(Peek()); next != nullptr && next->op == op; next = OperationOf(Peek())) {
         Take();
+        if (terms.size() == maxTerms) throw Error(ErrorNumber::QueryTooComplex);
         terms.push_back(Binary(level + 1));
     }
     return Balanced(terms, 0, terms.size(), op);

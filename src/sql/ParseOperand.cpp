@@ -145,6 +145,7 @@ ExpressionRef ParserState::Function()
         // In a validation rule the field is never left out inside a call.
         std::optional<Text> rule = std::exchange(ruleField_, std::nullopt);
         do {
+            if (arguments.size() == maxArguments) throw Error(ErrorNumber::QueryTooComplex);
             arguments.push_back(Binary(1));
         } while (Take(u","));
         ruleField_ = std::move(rule);

@@ -200,13 +200,15 @@ SelectStatement ParserState::Crosstab()
     if (TakeWord(u"AS")) alias = Name(clause);
     if (!AtSelect()) throw Failure(clause);
     SelectStatement select = SelectPart();
-    if (select.into) throw Failure(clause);
+    const bool plain = select.unions.empty() && !select.into && !select.distinct && !select.top && !select.having;
+    if (!plain || select.groupBy.empty()) throw Failure(clause);
     select.transform = std::move(transform);
     select.transformAlias = std::move(alias);
     ExpectWord(u"PIVOT", clause);
     const std::size_t from = Peek().extent.from;
     // IN would read as an operator of the expression, so the list arrives as one.
     ExpressionRef pivot = FullExpression(clause);
+    if (pivot->kind == Expression::Kind::InSelect) throw Failure(clause);
     if (pivot->kind == Expression::Kind::InList && !pivot->negated) {
         select.pivot = pivot->operands[0];
         select.pivotValues.assign(pivot->operands.begin() + 1, pivot->operands.end());

@@ -27,6 +27,9 @@ private:
     static constexpr std::size_t maxNesting = 100;
     // Levels of a tree, which long chains of + or * reach.
     static constexpr std::size_t maxDepth = 250;
+    // Terms of a chain, which SQLite takes a time for that grows with their square; arguments of a call likewise.
+    static constexpr std::size_t maxTerms = 25000;
+    static constexpr std::size_t maxArguments = 1000;
 
     class Nested
     {
@@ -118,7 +121,7 @@ private:
     CreateIndexStatement CreateIndex(bool unique);
     AlterTableStatement AlterTable();
     DropStatement Drop();
-    ColumnSpecification Column(CreateTableStatement* table);
+    ColumnSpecification Column(std::vector<ConstraintSpecification>& constraints);
     ConstraintSpecification Constraint(ErrorNumber clause);
     ConstraintSpecification ColumnConstraint(const ColumnSpecification& column);
     void References(ConstraintSpecification& constraint, ErrorNumber clause);

@@ -25,6 +25,10 @@ QueryResult TranslateQuery(TranslationState& state, const SelectStatement& state
 QueryResult TranslatePlainSelect(TranslationState& state, const SelectStatement& statement, const Scope* outer,
                                  bool rowPointers);
 QueryResult TranslateUnion(TranslationState& state, const SelectStatement& statement, const Scope* outer);
+/// TRANSFORM ... PIVOT. Asks the schema for the values of the pivot where no IN list gives them.
+/// @throws Error 3205 above 255 columns, 3062 when two columns would have one name, 3070 for a name that is neither
+/// column nor declared parameter
+QueryResult TranslateCrosstab(TranslationState& state, const SelectStatement& statement);
 
 /// A FROM list: the scope it makes and its SQLite text.
 struct SourceList

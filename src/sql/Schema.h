@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "automation/Variant.h"
 #include "core/Text.h"
 
 /// What the dialect needs to know of the tables and queries that a statement names; the engine answers.
@@ -54,12 +55,17 @@ struct SchemaTable
     Text queryText;  // the SQL of a stored query, which is translated in its place
 };
 
+struct Translation;
+
 class Schema
 {
 public:
     virtual ~Schema() = default;
     /// No value when there is neither table nor query of that name (the caller raises 3078).
     virtual std::optional<SchemaTable> Find(TextView name, const Place& place) = 0;
+    /// Runs a query while another is translated, and gives the values of its first column: a crosstab has a column for
+    /// each. @throws Error 3061 when a parameter has no value, and what running raises
+    virtual std::vector<Variant> FirstColumn(const Translation& query) = 0;
 };
 
 }  // namespace vmlib::sql

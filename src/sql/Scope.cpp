@@ -41,6 +41,13 @@ std::optional<Scope::Found> Scope::Find(TextView qualifier, TextView name) const
     return std::nullopt;
 }
 
+std::string TranslationState::NewAlias(char letter)
+{
+    constexpr std::size_t mostAliases = 5000;
+    if (++aliases > mostAliases) throw Error(ErrorNumber::QueryTooComplex);
+    return letter + std::to_string(aliases);
+}
+
 std::string TranslationState::Derived(std::string sql, bool inPlace)
 {
     if (inPlace) return "(" + std::move(sql) + ")";
@@ -62,11 +69,20 @@ Typed TranslationState::Parameter(TextView qualifier, TextView name)
     if (schema == nullptr) throw Error(ErrorNumber::BadExpressionName, {whole});
     std::size_t position = 0;
     while (position < parameters.size() && !EqualIgnoringCase(parameters[position].name, whole)) ++position;
-    if (position == parameters.size()) parameters.push_back({whole, ValueType::Value, false});
+    if (declaredOnly && (position == parameters.size() || !parameters[position].declared))
+        throw Error(ErrorNumber::BadExpressionName, {whole});
+    if (position == parameters.size()) AddParameter({whole, ValueType::Value, false});
     Typed result;
     result.sql = "?" + std::to_string(position + 1);
     result.type = parameters[position].type;
     return result;
+}
+
+void TranslationState::AddParameter(ParameterUse parameter)
+{
+    constexpr std::size_t mostParameters = 1000;
+    if (parameters.size() == mostParameters) throw Error(ErrorNumber::QueryTooComplex);
+    parameters.push_back(std::move(parameter));
 }
 
 void TranslationState::DeclareParameters(const std::vector<ParameterDeclaration>& declarations)
@@ -76,7 +92,7 @@ void TranslationState::DeclareParameters(const std::vector<ParameterDeclaration>
         const auto known = std::find_if(parameters.begin(), parameters.end(), [&](const ParameterUse& other) {
             return EqualIgnoringCase(other.name, use.name);
         });
-        if (known == parameters.end()) parameters.push_back(use);
+        if (known == parameters.end()) AddParameter(use);
     }
 }
 

@@ -83,10 +83,12 @@ struct TranslationState
     std::vector<OpenQuery> openQueries;  // stored queries being translated, to find circles
     Place place;  // where a FROM without IN looks: the place of the stored query being translated, else the running
                   // database
+    bool declaredOnly = false;  // names that are neither columns nor declared parameters are an error
     std::size_t aliases = 0;
     TextView text;  // of the statement or stored query being translated, for messages
 
-    std::string NewAlias(char letter) { return letter + std::to_string(++aliases); }
+    /// @throws Error 3360 when stored queries, each naming others more than once, have grown beyond reason
+    std::string NewAlias(char letter);
 
     /// A query to read from: a common table, or in place where it names columns of a query around it.
     std::string Derived(std::string sql, bool inPlace);
@@ -94,6 +96,8 @@ struct TranslationState
     /// The statement with its common tables in front.
     std::string Complete(std::string sql) const;
 
+    /// @throws Error 3360 for the thousand and first
+    void AddParameter(ParameterUse parameter);
     void DeclareParameters(const std::vector<ParameterDeclaration>& declarations);
 
     /// A name that is no column. @throws Error 3070 in an expression over one row

@@ -254,6 +254,7 @@ struct AlterTableStatement
     Text table;
     Action action = Action::AddColumn;
     ColumnSpecification column;
+    std::vector<ConstraintSpecification> columnConstraints;  // behind the column that is added
     ConstraintSpecification constraint;
     Text name;  // of what is dropped
 };

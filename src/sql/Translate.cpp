@@ -63,6 +63,7 @@ InsertTranslation TranslateInsert(const InsertStatement& statement, Schema& sche
 {
     const std::optional<SchemaTable> table = schema.Find(statement.table, statement.place);
     if (!table) throw Error(ErrorNumber::NoSuchTable, {statement.table});
+    if (table->sqliteName.empty()) throw Error(ErrorNumber::NotUpdatable);  // rows go to tables only
 
     SelectStatement values;
     if (statement.select) values = *statement.select;

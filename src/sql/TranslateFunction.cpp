@@ -100,8 +100,12 @@ Typed ExpressionTranslator::IIf(const Expression& expression)
 {
     if (expression.operands.size() != 3) throw WrongCount(expression);
     const Typed condition = TranslateCondition(*expression.operands[0]);
-    Typed result =
-        Cases("", {{condition.sql, TranslateValue(*expression.operands[1])}}, TranslateValue(*expression.operands[2]));
+    const Typed whenTrue = TranslateValue(*expression.operands[1]), otherwise = TranslateValue(*expression.operands[2]);
+    // A CASE can be lengthened with its last branch only, so the longer one goes there.
+    const bool turned = whenTrue.cases && !otherwise.cases;
+    std::vector<Case> first{{condition.sql, whenTrue}};
+    if (turned) first = {{"(" + condition.sql + ") IS NOT TRUE", otherwise}};
+    Typed result = Cases("", first, turned ? whenTrue : otherwise);
     Inherit(result, condition);
     return result;
 }

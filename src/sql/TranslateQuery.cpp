@@ -28,8 +28,7 @@ QueryResult TranslateQuery(TranslationState& state, const SelectStatement& state
                            bool rowPointers)
 {
     if (!statement.unions.empty()) return TranslateUnion(state, statement, outer);
-    if (statement.transform)
-        throw Error(static_cast<std::int32_t>(ErrorNumber::SyntaxInTransform), u"Crosstab queries cannot be run.");
+    if (statement.transform) return TranslateCrosstab(state, statement);
     return TranslatePlainSelect(state, statement, outer, rowPointers);
 }
 

@@ -127,6 +127,8 @@ private:
 
     void Add(Item item, const Text& alias)
     {
+        constexpr std::size_t mostColumns = 255;
+        if (items_.size() == mostColumns) throw Error(ErrorNumber::TooManyFields);
         items_.push_back(std::move(item));
         aliases_.push_back(alias);
     }

@@ -337,7 +337,9 @@ TEST_F(QueriesTest, RefusedDefinitionsLeaveTheFileAsItWas)
         {u"DROP INDEX Weg ON P", 3372},
         {u"DROP TABLE P", 3281},
         {u"DROP TABLE Weg", 3376},
-        {u"ALTER TABLE P DROP COLUMN Id", 3303},
+        {u"ALTER TABLE P DROP COLUMN Id", 3383},
+        {u"ALTER TABLE P DROP COLUMN N", 3280},
+        {u"ALTER TABLE P ADD COLUMN Z LONG NOT NULL CONSTRAINT PK UNIQUE", 3375},
         {u"ALTER TABLE P DROP COLUMN Weg", 3381},
         {u"ALTER TABLE P ADD COLUMN naam LONG", 3380},
         {u"ALTER TABLE P DROP CONSTRAINT Weg", 3371},
@@ -385,6 +387,41 @@ TEST_F(QueriesTest, WrongStatementsSayWhatIsWrong)
         }
     }
     EXPECT_EQ(ErrorOf([&] { Records(database, u"SELECT * FROM T", 1); }), 3011) << "SQL as table type";
+}
+
+TEST_F(QueriesTest, StoredCrosstabs)
+{
+    const ObjectRef database = Create(u"k.mdb");
+    MakeTable(database, u"Posten", {{u"Naam", 10, 10}, {u"Jaar", 4}, {u"Bedrag", 5}});
+    for (const TextView row : {u"('Jan', 1996, 10)", u"('Jan', 1997, 5)", u"('Piet', 1997, 2.5)"})
+        Execute(database, u"INSERT INTO Posten VALUES " + Text(row), 128);
+    Call(database, u"CreateQueryDef", u"PerJaar",
+         u"TRANSFORM Sum(Bedrag) AS S SELECT Naam FROM Posten GROUP BY Naam PIVOT Jaar");
+    for (const std::int32_t type : {2, 4, 8})
+        EXPECT_THAT(Rows(database, u"PerJaar", type), ElementsAre("Jan|10|5", "Piet|-|2.5")) << type;
+    const ObjectRef records = Records(database, u"PerJaar", 2);
+    EXPECT_FALSE(ToBoolean(Get(records, u"Updatable")));
+    for (const TextView change : {u"Edit", u"AddNew", u"Delete"})
+        EXPECT_EQ(ErrorOf([&] { Call(records, change); }), 3027) << ToUtf8(change);
+    EXPECT_EQ(ErrorOf([&] { Execute(database, u"DROP TABLE Posten"); }), 3211) << "read through a stored query";
+    Execute(database, u"INSERT INTO Posten VALUES ('Jan', 1995, 1)");
+    EXPECT_EQ(ToLong(Get(ToObject(Get(records, u"Fields")), u"Count")), 3) << "fixed when it was opened";
+    Call(records, u"Close");
+    Execute(database, u"SELECT * INTO Kruis FROM PerJaar WHERE Naam = 'Jan'");
+    EXPECT_THAT(Rows(database, u"SELECT Naam, [1995], [1997] FROM Kruis"), ElementsAre("Jan|1|5"));
+
+    const ObjectRef query = ToObject(Call(database, u"CreateQueryDef", u"Vanaf",
+                                          u"PARAMETERS jaar1 Long; TRANSFORM Count(*) SELECT Naam FROM Posten "
+                                          u"WHERE Jaar >= [jaar1] GROUP BY Naam PIVOT Jaar"));
+    EXPECT_EQ(ToLong(Get(query, u"Type")), 16);
+    EXPECT_EQ(ErrorOf([&] { Call(query, u"OpenRecordset"); }), 3061);
+    const ObjectRef parameters = ToObject(Get(query, u"Parameters"));
+    EXPECT_EQ(ToLong(Get(parameters, u"Count")), 1);
+    Put(ToObject(Get(parameters, u"Item", 0)), u"Value", 1997);
+    EXPECT_EQ(ToLong(Get(ToObject(Get(query, u"Fields")), u"Count")), 2);
+    const ObjectRef since = ToObject(Call(query, u"OpenRecordset"));
+    EXPECT_EQ(ToLong(Field(since, u"1997")), 1);
+    EXPECT_EQ(ErrorOf([&] { Field(since, u"1996"); }), 3265);
 }
 
 }  // namespace

@@ -189,6 +189,10 @@ TEST(Parser, DepthIsAnErrorAndLengthIsNot)
     EXPECT_EQ(ErrorOf(Repeated(u"(SELECT a FROM T WHERE a IN ", many)).substr(0, 4), "3360");
     EXPECT_EQ(ErrorOf(u"SELECT a FROM " + Repeated(u"[SELECT a FROM ", 1000)).substr(0, 4), "3075");
 
+    // SQLite would be busy for minutes.
+    EXPECT_EQ(ErrorOf(u"SELECT a FROM T WHERE a = 1" + Repeated(u" OR a = 2", 5 * many)).substr(0, 4), "3360");
+    EXPECT_EQ(ErrorOf(u"SELECT Choose(1" + Repeated(u", 1", 1000) + u")").substr(0, 4), "3360");
+
     EXPECT_EQ(ErrorOf(u"SELECT a FROM T WHERE a = 1" + Repeated(u" OR a = 2", many)), "");
     EXPECT_EQ(ErrorOf(u"SELECT a FROM T WHERE a IN (1" + Repeated(u",2", many) + u")"), "");
     EXPECT_EQ(ErrorOf(u"SELECT 'x'" + Repeated(u" & 'y'", many)), "");

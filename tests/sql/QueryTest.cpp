@@ -631,6 +631,14 @@ TEST_F(Queries, LimitsOfSqliteAreNumberedErrors)
     Text deep = u"1";
     for (int i = 0; i < 60; ++i) deep = u"Abs(" + deep + u")";
     EXPECT_EQ(sample_.ErrorOf(u"SELECT " + deep), 3360);
+    // Choices go deeper, in either branch: the first row takes the outermost Null, which is not True.
+    Text choice = u"0";
+    for (int i = 40; i > 0; --i) {
+        const Text level = Decimal(i), equal = u"IIf(Korting = ";
+        choice = i % 2 == 0 ? equal + level + u"," + level + u"," + choice + u")"
+                            : u"IIf(Korting > " + level + u"," + choice + u",-" + level + u")";
+    }
+    EXPECT_EQ(sample_.Rows(u"SELECT " + choice + u" FROM Klanten"), "-1; -1; -1; -3");
     // As long as sums of singles, which have no operator in SQLite, go.
     Text singles = u"Factor", product = u"Korting";
     for (int i = 1; i < 30; ++i) {
@@ -641,7 +649,7 @@ TEST_F(Queries, LimitsOfSqliteAreNumberedErrors)
               "30!,191751.059232884");
     Text columns = u"Id";
     for (int i = 0; i < 3000; ++i) columns += u", Id + " + Decimal(i);
-    EXPECT_EQ(sample_.ErrorOf(u"SELECT " + columns + u" FROM Klanten"), 3360);
+    EXPECT_EQ(sample_.ErrorOf(u"SELECT " + columns + u" FROM Klanten"), 3190);
 
     Text terms = u"Id = 0";
     for (int i = 1; i < 2000; ++i) terms += u" OR Id = " + Decimal(i + 2);

@@ -204,18 +204,31 @@ std::vector<std::vector<Variant>> Sample::Fetch(const std::string& sqlite, const
 Sample::Result Sample::Run(TextView sql, const std::map<Text, Variant>& parameters, const TranslateOptions& options)
 {
     Result result;
+    parameters_ = parameters;
     result.translation = TranslateSelect(ParseSelect(sql), *this, options);
     std::vector<ValueType> types;
     for (const OutputColumn& column : result.translation.columns) types.push_back(column.type);
     types.resize(types.size() + result.translation.rowTables.size(), ValueType::Long);
+    result.rows = Fetch(result.translation.sql, types, Bindings(result.translation));
+    return result;
+}
+
+std::vector<std::pair<ValueType, Variant>> Sample::Bindings(const Translation& translation) const
+{
     std::vector<std::pair<ValueType, Variant>> bindings;
-    for (const ParameterUse& use : result.translation.parameters) {
-        const auto given = parameters.find(use.name);
-        if (given == parameters.end()) throw Error(ErrorNumber::TooFewParameters, {Decimal(1)});
+    for (const ParameterUse& use : translation.parameters) {
+        const auto given = parameters_.find(use.name);
+        if (given == parameters_.end()) throw Error(ErrorNumber::TooFewParameters, {Decimal(1)});
         bindings.emplace_back(use.type, given->second);
     }
-    result.rows = Fetch(result.translation.sql, types, bindings);
-    return result;
+    return bindings;
+}
+
+std::vector<Variant> Sample::FirstColumn(const Translation& query)
+{
+    std::vector<Variant> values;
+    for (auto& row : Fetch(query.sql, {query.columns.front().type}, Bindings(query))) values.push_back(row.front());
+    return values;
 }
 
 std::string Sample::Print(const std::vector<std::vector<Variant>>& rows)

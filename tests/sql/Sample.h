@@ -29,6 +29,7 @@ public:
     Sample& operator=(const Sample&) = delete;
 
     std::optional<SchemaTable> Find(TextView name, const Place& place) override;
+    std::vector<Variant> FirstColumn(const Translation& query) override;
     void AddQuery(TextView name, TextView text);
 
     struct Result
@@ -54,7 +55,10 @@ public:
     static std::string Print(const std::vector<std::vector<Variant>>& rows);
 
 private:
+    std::vector<std::pair<ValueType, Variant>> Bindings(const Translation& translation) const;
+
     sqlite3* connection_ = nullptr;
+    std::map<Text, Variant> parameters_;  // of the statement that runs
     std::map<Text, SchemaTable> tables_;
 };
 
