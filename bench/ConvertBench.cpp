@@ -8,6 +8,7 @@
 
 #include "Measure.h"
 #include "Rows.h"
+#include "SampleTables.h"
 #include "SqliteTwin.h"
 #include "automation/ClassRegistry.h"
 #include "automation/Convert.h"
@@ -143,36 +144,13 @@ private:
         Call(workspace, u"BeginTrans");
         Execute(database,
                 "INSERT INTO Info (Versie, BestandType, BestandNaam, InGebruikDoor) VALUES (1, 'BENCH', ' ', ' ')");
-        for (int table = 0; table < tableCount; ++table) Fill(database, table);
+        for (int table = 0; table < tableCount; ++table) AddRows(database, table, 0, rowsPerTable);
         Call(workspace, u"CommitTrans");
         Call(database, u"Close");
 
         const ObjectRef catalogue = Database("layout.mdb", false);
         Execute(catalogue, "UPDATE Info SET Versie = 2");
         Call(catalogue, u"Close");
-    }
-
-    void Fill(const ObjectRef& database, int table)
-    {
-        const ObjectRef recordset =
-            ToObject(Call(database, u"OpenRecordset", FromUtf8(TableName(table)), std::int32_t{1}));
-        const auto set = [&](TextView name, Variant value) {
-            Put(ToObject(Get(ToObject(Get(recordset, u"Fields")), u"Item", name)), u"Value", std::move(value));
-        };
-        for (int row = 0; row < rowsPerTable; ++row) {
-            const SampleRow values = MakeRow(table, row);
-            Call(recordset, u"AddNew");
-            set(u"Id", values.id);
-            set(u"Nummer", values.number);
-            set(u"Naam", FromUtf8(values.name));
-            set(u"Plaats", FromUtf8(values.place));
-            set(u"Bedrag", Currency{values.amount});
-            set(u"Datum", Date{values.date});
-            set(u"Aantal", values.count);
-            set(u"Actief", values.active);
-            Call(recordset, u"Update");
-        }
-        Call(recordset, u"Close");
     }
 
     Platform& platform_;

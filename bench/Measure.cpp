@@ -41,8 +41,7 @@ namespace {
 long PeakKiB()
 {
     std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);)
-    {
+    for (std::string line; std::getline(status, line);) {
         if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6));
     }
     return 0;
@@ -58,13 +57,13 @@ void Describe(std::ostream& out, const std::vector<Sample>& samples)
     const auto bySeconds = [](const Sample& a, const Sample& b) { return a.seconds < b.seconds; };
     const auto [fastest, slowest] = std::minmax_element(samples.begin(), samples.end(), bySeconds);
     long syncs = 0, peak = 0;
-    for (const Sample& sample : samples)
-    {
+    for (const Sample& sample : samples) {
         syncs = std::max(syncs, sample.syncs);
         peak = std::max(peak, sample.peakKiB);
     }
-    out << "{\"medianSeconds\": " << MedianSeconds(samples) << ", \"fastest\": " << fastest->seconds << ", \"slowest\": " << slowest->seconds
-        << ", \"runs\": " << samples.size() << ", \"syncs\": " << syncs << ", \"peakKiB\": " << peak << "}";
+    out << "{\"medianSeconds\": " << MedianSeconds(samples) << ", \"fastest\": " << fastest->seconds
+        << ", \"slowest\": " << slowest->seconds << ", \"runs\": " << samples.size() << ", \"syncs\": " << syncs
+        << ", \"peakKiB\": " << peak << "}";
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "Measure.h"
 #include "Rows.h"
+#include "SampleTables.h"
 #include "automation/ClassRegistry.h"
 #include "automation/Convert.h"
 #include "engine/Engine.h"
@@ -27,7 +28,10 @@ public:
     {
         const ObjectRef database =
             ToObject(Call(engine_, u"CreateDatabase", Path("gaaf.mdb"), u";LANGID=0x0413;CP=1252;COUNTRY=0"));
-        for (int table = 0; table < tableCount; ++table) Fill(database, TableName(table), table);
+        MakeTables(database);
+        Call(engine_, u"BeginTrans");
+        for (int table = 0; table < tableCount; ++table) AddRows(database, table, 0, rowsPerTable);
+        Call(engine_, u"CommitTrans");
         Call(database, u"Close");
     }
 
@@ -42,33 +46,6 @@ public:
 
 private:
     Text Path(const char* name) const { return platform_.files.FromNative((folder_ / name).string()); }
-
-    void Fill(const ObjectRef& database, const std::string& name, int table) const
-    {
-        Call(database, u"Execute",
-             FromUtf8("CREATE TABLE " + name +
-                      " (Id LONG CONSTRAINT Sleutel PRIMARY KEY, Nummer LONG, Naam TEXT(40), "
-                      "Plaats TEXT(30), Bedrag CURRENCY)"));
-        Call(database, u"Execute", FromUtf8("CREATE INDEX OpNaam ON " + name + " (Naam)"));
-        Call(engine_, u"BeginTrans");
-        const ObjectRef rows = ToObject(Call(database, u"OpenRecordset", FromUtf8(name), std::int32_t{1}));
-        const ObjectRef fields = ToObject(Get(rows, u"Fields"));
-        const auto set = [&](TextView field, Variant value) {
-            Put(ToObject(Get(fields, u"Item", field)), u"Value", std::move(value));
-        };
-        for (int row = 0; row < rowsPerTable; ++row) {
-            const SampleRow values = MakeRow(table, row);
-            Call(rows, u"AddNew");
-            set(u"Id", values.id);
-            set(u"Nummer", values.number);
-            set(u"Naam", FromUtf8(values.name));
-            set(u"Plaats", FromUtf8(values.place));
-            set(u"Bedrag", Currency{values.amount});
-            Call(rows, u"Update");
-        }
-        Call(rows, u"Close");
-        Call(engine_, u"CommitTrans");
-    }
 
     Platform& platform_;
     fs::path folder_;

@@ -13,7 +13,7 @@ struct SampleRow
 {
     std::int32_t id;
     std::int32_t number;
-    std::string name;   // plain ASCII, about 20 characters
+    std::string name;  // plain ASCII, about 20 characters
     std::string place;
     std::int64_t amount;  // 1/10,000
     double date;
@@ -23,7 +23,8 @@ struct SampleRow
 
 inline SampleRow MakeRow(int table, int row)
 {
-    static const char* const places[] = {"Utrecht", "Amersfoort", "Den Helder", "Groningen", "Maastricht", "Zwolle", "Breda"};
+    static const char* const places[] = {"Utrecht",    "Amersfoort", "Den Helder", "Groningen",
+                                         "Maastricht", "Zwolle",     "Breda"};
     // A fixed scramble, so that the name index is not filled in order.
     const auto scrambled = static_cast<std::uint32_t>(row) * 2654435761u + static_cast<std::uint32_t>(table);
     return {row + 1,

@@ -32,17 +32,19 @@ void Execute(const Connection& connection, const std::string& sql)
         throw std::runtime_error(sql + ": " + (message ? message : ""));
 }
 
-const char* const columns = "Id INTEGER, Nummer INTEGER, Naam TEXT COLLATE NOCASE, Plaats TEXT COLLATE NOCASE, Bedrag INTEGER, Datum REAL, Aantal INTEGER, Actief INTEGER";
+const char* const columns =
+    "Id INTEGER, Nummer INTEGER, Naam TEXT COLLATE NOCASE, Plaats TEXT COLLATE NOCASE, Bedrag INTEGER, Datum REAL, "
+    "Aantal INTEGER, Actief INTEGER";
 
 void MakeTables(const Connection& connection)
 {
-    for (int table = 0; table < tableCount; ++table) Execute(connection, "CREATE TABLE " + TableName(table) + " (" + columns + ")");
+    for (int table = 0; table < tableCount; ++table)
+        Execute(connection, "CREATE TABLE " + TableName(table) + " (" + columns + ")");
 }
 
 void MakeIndexes(const Connection& connection)
 {
-    for (int table = 0; table < tableCount; ++table)
-    {
+    for (int table = 0; table < tableCount; ++table) {
         const std::string name = TableName(table);
         Execute(connection, "CREATE UNIQUE INDEX Sleutel" + name + " ON " + name + " (Id)");
         Execute(connection, "CREATE INDEX OpNaam" + name + " ON " + name + " (Naam)");
@@ -53,9 +55,9 @@ void Fill(const Connection& connection, int table)
 {
     sqlite3_stmt* statement = nullptr;
     const std::string sql = "INSERT INTO " + TableName(table) + " VALUES (?, ?, ?, ?, ?, ?, ?, ?)";
-    if (sqlite3_prepare_v2(connection.get(), sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) throw std::runtime_error(sql);
-    for (int row = 0; row < rowsPerTable; ++row)
-    {
+    if (sqlite3_prepare_v2(connection.get(), sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
+        throw std::runtime_error(sql);
+    for (int row = 0; row < rowsPerTable; ++row) {
         const SampleRow values = MakeRow(table, row);
         sqlite3_bind_int(statement, 1, values.id);
         sqlite3_bind_int(statement, 2, values.number);
@@ -101,10 +103,10 @@ void SqliteTwin::ConvertAndSave()
         Execute(connection, "ATTACH '" + Path("twin.db") + "' AS old");
         Execute(connection, "BEGIN");
         MakeTables(connection);
-        for (int table = 0; table < tableCount; ++table)
-        {
+        for (int table = 0; table < tableCount; ++table) {
             const std::string name = TableName(table);
-            Execute(connection, "INSERT INTO main." + name + " SELECT Id, Nummer, Naam, Plaats, Bedrag, Datum, Aantal, Actief FROM old." + name);
+            Execute(connection, "INSERT INTO main." + name +
+                                    " SELECT Id, Nummer, Naam, Plaats, Bedrag, Datum, Aantal, Actief FROM old." + name);
         }
         MakeIndexes(connection);
         Execute(connection, "COMMIT");

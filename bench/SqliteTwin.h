@@ -17,6 +17,8 @@ public:
     /// New tables, INSERT ... SELECT over ATTACH, the indexes, all in one transaction; then the new file is copied over the document and synced once.
     void ConvertAndSave();
 
+    std::string DocumentPath() const { return Path("twin.db"); }
+
 private:
     std::string Path(const char* name) const { return folder_ + "/" + name; }
     std::string folder_;
