@@ -23,7 +23,7 @@ struct Table::State
 
     // Table.cpp
     State& Current();                     // decodes again when the file changed by other means
-    State& ToChange();  // @throws Error 3027 when the file is of format 4
+    State& ToChange();                    // @throws Error 3027 when the file is of format 4
     void Adopt(TableDefinition changed);  // takes over a definition that was just written
     void TakeCounters();                  // row count and AutoNumber as the page has them now
     std::vector<std::size_t> Wanted(const ColumnMask& mask) const;
