@@ -1,6 +1,6 @@
 #include "jet/Format4Pages.h"
 
-#include <algorithm>
+#include <cstring>
 
 #include "core/ByteOrder.h"
 #include "jet/Damage.h"
@@ -65,8 +65,8 @@ StoredPageRef ReadPage(Pager& pager, PageNumber number)
     if (number >= PageCount(pager)) throw Damaged(number, "the page lies behind the end of the file");
     auto page = std::make_shared<StoredPage>();
     page->number = number;
-    std::ranges::copy(pager.Read(2 * number).Bytes(), page->bytes.begin());
-    std::ranges::copy(pager.Read(2 * number + 1).Bytes(), page->bytes.begin() + pageSize);
+    std::memcpy(page->bytes.data(), pager.Read(2 * number).Data(), pageSize);
+    std::memcpy(page->bytes.data() + pageSize, pager.Read(2 * number + 1).Data(), pageSize);
     return page;
 }
 

@@ -1,6 +1,6 @@
 #include "jet/ImageStore.h"
 
-#include <algorithm>
+#include <cstring>
 
 #include "jet/StorageError.h"
 
@@ -35,7 +35,7 @@ ImageStore::Slot ImageStore::Put(std::span<const std::uint8_t, pageSize> page)
     if (!freeInMemory_.empty()) {
         const Slot slot = freeInMemory_.back();
         freeInMemory_.pop_back();
-        std::ranges::copy(page, memory_[slot]->begin());
+        std::memcpy(memory_[slot]->data(), page.data(), pageSize);  // an algorithm would go byte by byte here
         return slot;
     }
     const Slot slot = freeInFile_.empty() ? nextInFile_ : freeInFile_.back();
@@ -51,7 +51,7 @@ ImageStore::Slot ImageStore::Put(std::span<const std::uint8_t, pageSize> page)
 void ImageStore::Get(Slot slot, std::span<std::uint8_t, pageSize> into)
 {
     if (slot < slotsInMemory_) {
-        std::ranges::copy(*memory_[slot], into.begin());
+        std::memcpy(into.data(), memory_[slot]->data(), pageSize);
         return;
     }
     if (OnDisk([&] { return file_->ReadAt(OffsetOf(slot), into); }) != pageSize)
