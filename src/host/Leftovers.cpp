@@ -52,17 +52,21 @@ void FindBeside(const Listing& listing, TextView name, std::vector<Leftover>& fo
     }
 }
 
-/// Where the engine keeps the entries of a large index while it sorts them: vmi, four hexadecimal digits, .tmp.
-bool IsSortFile(TextView name)
+/// Where the engine keeps what does not stay in memory: entries of a large index while it sorts them (vmi, four
+/// hexadecimal digits, .tmp), values of a large result (vmr), pages of a large change (jet).
+bool IsEngineFile(TextView name)
 {
-    return name.size() == 11 && StartsWithIgnoringCase(name, u"vmi") && EqualIgnoringCase(name.substr(7), u".tmp");
+    constexpr TextView starts[] = {u"vmi", u"vmr", u"jet"};
+    return name.size() == 11 && EqualIgnoringCase(name.substr(7), u".tmp") &&
+           std::any_of(std::begin(starts), std::end(starts),
+                       [&](TextView start) { return StartsWithIgnoringCase(name, start); });
 }
 
 bool IsTemporary(TextView name)
 {
     const bool isBeside = std::any_of(std::begin(marksBeside), std::end(marksBeside),
                                       [&](const auto& entry) { return name.find(entry.mark) != TextView::npos; });
-    return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy) || IsSortFile(name));
+    return !isBeside && (name.starts_with(u'~') || EqualIgnoringCase(name, conversionCopy) || IsEngineFile(name));
 }
 
 /// What a file of the temporary folder says of itself.
@@ -163,7 +167,7 @@ void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType)
     std::erase_if(leftovers, [&](const Leftover& leftover) {
         const Text name = NameOf(leftover.path);
         const bool isOfType = fileType.size() >= 2 && StartsWithIgnoringCase(name, prefix);
-        const bool isAnyType = IsSortFile(name) || StartsWithIgnoringCase(name, conversionCopy);
+        const bool isAnyType = IsEngineFile(name) || StartsWithIgnoringCase(name, conversionCopy);
         return leftover.isHalfMade && !isOfType && !isAnyType;
     });
 }

@@ -28,7 +28,7 @@ struct Leftover
 std::vector<Leftover> FindLeftovers(Session& session, TextView document);
 
 /// Takes out the half made ones that cannot be of this file type: temporary files have its first two letters in their
-/// names; a conversion copy and what the engine sorts have one name for all types.
+/// names; a conversion copy and what the engine puts there have one name for all types.
 void KeepOfType(std::vector<Leftover>& leftovers, TextView fileType);
 
 inline constexpr TextView journalMark = u"-journal";
