@@ -10,8 +10,6 @@
 namespace vmlib::engine {
 namespace {
 
-constexpr std::int32_t fieldInIndex = 3280;
-
 class DataDefinition
 {
 public:
@@ -196,8 +194,7 @@ private:
         for (const auto& tree : opened->Definition().trees)
             for (const auto& column : tree.columns)
                 if (position && column.column == opened->Definition().columns[*position].number)
-                    throw Error(fieldInIndex,
-                                u"Can't delete a field that is part of an index or is needed by the system.");
+                    throw Error(ErrorNumber::FieldInIndex);
         storage_.DropColumn(table, name);
     }
 

@@ -25,9 +25,7 @@ constexpr std::size_t mostColumns = 255;
 
 Error TooManyHeadings(std::size_t room)
 {
-    constexpr std::int32_t number = 3205;
-    return Error(number,
-                 u"Too many crosstab column headers (more than " + Decimal(static_cast<long long>(room)) + u").");
+    return Error(ErrorNumber::TooManyCrosstabColumns, {u"more than " + Decimal(static_cast<long long>(room))});
 }
 
 /// The expression as it is where there is no row: every aggregate Null. Null when a column stands outside aggregates.
