@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "core/ByteOrder.h"
-#include "jet/Damage.h"
+#include "jet/DefinitionReader.h"
 
 // A table definition fills the first page behind its head and goes on behind the heads of further pages. Offsets count
 // in the joined bytes, which have the first page's head and none of the others.
@@ -63,39 +63,11 @@ constexpr std::uint8_t fixedFlag = 1, autoNumberFlag = 4;
 
 constexpr std::size_t continuedBytes = pageSize - pageHead;
 
-/// Takes values from the front of bytes that may end too early.
-class Reader
+Text NameFrom(DefinitionReader& from)
 {
-public:
-    Reader(std::span<const std::uint8_t> bytes, PageNumber page) : bytes_(bytes), page_(page) {}
-
-    template <class T>
-    T Take()
-    {
-        return LoadLittle<T>(Raw(sizeof(T)).data());
-    }
-    Text Name()
-    {
-        const auto raw = Raw(Take<std::uint8_t>());
-        return FromAnsi(std::string_view(reinterpret_cast<const char*>(raw.data()), raw.size()));
-    }
-    std::span<const std::uint8_t> Raw(std::size_t size)
-    {
-        if (bytes_.size() - at_ < size) Fail("ends within its contents");
-        at_ += size;
-        return bytes_.subspan(at_ - size, size);
-    }
-    std::size_t At() const { return at_; }
-    [[noreturn]] void Fail(const std::string& finding) const
-    {
-        throw Damaged(page_, "the table definition " + finding);
-    }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-    PageNumber page_;
-    std::size_t at_ = 0;
-};
+    const auto raw = from.Raw(from.Take<std::uint8_t>());
+    return FromAnsi(std::string_view(reinterpret_cast<const char*>(raw.data()), raw.size()));
+}
 
 /// Puts values behind bytes.
 class Writer
@@ -119,7 +91,7 @@ private:
     Bytes bytes_;
 };
 
-ColumnDefinition ReadColumn(Reader& from)
+ColumnDefinition ReadColumn(DefinitionReader& from)
 {
     ColumnDefinition column;
     column.type = static_cast<ColumnType>(from.Take<std::uint8_t>());
@@ -137,7 +109,7 @@ ColumnDefinition ReadColumn(Reader& from)
     return column;
 }
 
-TreeDefinition ReadTree(Reader& from, TreeDefinition tree)
+TreeDefinition ReadTree(DefinitionReader& from, TreeDefinition tree)
 {
     for (std::size_t i = 0; i < greatestIndexColumnCount; ++i) {
         const auto column = from.Take<std::uint16_t>();
@@ -154,7 +126,7 @@ TreeDefinition ReadTree(Reader& from, TreeDefinition tree)
     return tree;
 }
 
-IndexDefinition ReadIndex(Reader& from)
+IndexDefinition ReadIndex(DefinitionReader& from)
 {
     IndexDefinition index;
     index.number = from.Take<std::uint32_t>();
@@ -171,7 +143,7 @@ IndexDefinition ReadIndex(Reader& from)
     return index;
 }
 
-void ReadLongValueMaps(Reader& from, TableDefinition& table)
+void ReadLongValueMaps(DefinitionReader& from, TableDefinition& table)
 {
     for (auto number = from.Take<std::uint16_t>(); number != none; number = from.Take<std::uint16_t>()) {
         const auto owned = from.Take<std::uint32_t>();
@@ -184,7 +156,7 @@ void ReadLongValueMaps(Reader& from, TableDefinition& table)
     }
 }
 
-void CheckColumns(const TableDefinition& table, const Reader& reader)
+void CheckColumns(const TableDefinition& table, const DefinitionReader& reader)
 {
     std::vector<bool> numbers(table.columnsEver), ordinals(table.variableColumnsEver);
     for (const ColumnDefinition& column : table.columns) {
@@ -207,7 +179,7 @@ void CheckColumns(const TableDefinition& table, const Reader& reader)
     }
 }
 
-void CheckIndexes(const TableDefinition& table, const Reader& reader)
+void CheckIndexes(const TableDefinition& table, const DefinitionReader& reader)
 {
     for (const TreeDefinition& tree : table.trees) {
         if (tree.columns.empty()) reader.Fail("has an index without columns");
@@ -333,7 +305,7 @@ TableDefinition DecodeDefinition(const Bytes& joined, PageNumber first)
     const auto length = LoadLittle<std::uint32_t>(joined.data() + lengthAt);
     if (length > joined.size()) throw Damaged(first, "the table definition is longer than its pages");
 
-    Reader from(std::span<const std::uint8_t>(joined.data(), length), first);
+    DefinitionReader from(std::span<const std::uint8_t>(joined.data(), length), first);
     from.Raw(rowCountAt);
     TableDefinition table;
     table.page = first;
@@ -362,10 +334,10 @@ TableDefinition DecodeDefinition(const Bytes& joined, PageNumber first)
         tree.distinctKeys = from.Take<std::uint32_t>();
     }
     for (std::uint32_t i = 0; i < columnCount; ++i) table.columns.push_back(ReadColumn(from));
-    for (ColumnDefinition& column : table.columns) column.name = from.Name();
+    for (ColumnDefinition& column : table.columns) column.name = NameFrom(from);
     for (TreeDefinition& tree : table.trees) tree = ReadTree(from, tree);
     for (std::uint32_t i = 0; i < indexCount; ++i) table.indexes.push_back(ReadIndex(from));
-    for (IndexDefinition& index : table.indexes) index.name = from.Name();
+    for (IndexDefinition& index : table.indexes) index.name = NameFrom(from);
     ReadLongValueMaps(from, table);
     if (from.At() != length) from.Fail("ends before the length that it gives");
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "core/ByteOrder.h"
-#include "jet/Damage.h"
+#include "jet/DefinitionReader.h"
 #include "jet/Format4Rows.h"
 #include "jet/SystemTables.h"
 
@@ -48,33 +48,10 @@ constexpr std::uint16_t none = 0xFFFF;
 constexpr std::uint8_t fixedFlag = 1, autoNumberFlag = 4;
 constexpr std::uint8_t uniqueFlag = 1, ignoreNullsFlag = 2, requiredFlag = 8;
 
-class Reader
+Text NameFrom(DefinitionReader& from, PageNumber page)
 {
-public:
-    Reader(std::span<const std::uint8_t> bytes, PageNumber page) : bytes_(bytes), page_(page) {}
-
-    template <class T>
-    T Take()
-    {
-        return LoadLittle<T>(Raw(sizeof(T)).data());
-    }
-    Text Name() { return DecodeText(Raw(Take<std::uint16_t>()), page_); }
-    std::span<const std::uint8_t> Raw(std::size_t size)
-    {
-        if (bytes_.size() - at_ < size) Fail("ends within its contents");
-        at_ += size;
-        return bytes_.subspan(at_ - size, size);
-    }
-    [[noreturn]] void Fail(const std::string& finding) const
-    {
-        throw Damaged(page_, "the table definition " + finding);
-    }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-    PageNumber page_;
-    std::size_t at_ = 0;
-};
+    return DecodeText(from.Raw(from.Take<std::uint16_t>()), page);
+}
 
 Bytes JoinedPages(Pager& pager, PageNumber first)
 {
@@ -93,7 +70,7 @@ Bytes JoinedPages(Pager& pager, PageNumber first)
     return joined;
 }
 
-ColumnDefinition ReadColumn(Reader& from)
+ColumnDefinition ReadColumn(DefinitionReader& from)
 {
     ColumnDefinition column;
     const auto type = from.Take<std::uint8_t>();
@@ -129,7 +106,7 @@ std::size_t StoredSize(const ColumnDefinition& column)
     return column.size * (column.type == ColumnType::Text ? sizeof(char16_t) : 1);
 }
 
-void CheckColumns(const TableDefinition& table, const Reader& reader)
+void CheckColumns(const TableDefinition& table, const DefinitionReader& reader)
 {
     std::vector<bool> numbers(table.columnsEver), ordinals(table.variableColumnsEver);
     for (const ColumnDefinition& column : table.columns) {
@@ -150,7 +127,7 @@ void CheckColumns(const TableDefinition& table, const Reader& reader)
     }
 }
 
-TreeDefinition ReadTree(Reader& from, TreeDefinition tree)
+TreeDefinition ReadTree(DefinitionReader& from, TreeDefinition tree)
 {
     from.Raw(4);
     for (std::size_t i = 0; i < greatestIndexColumnCount; ++i) {
@@ -169,7 +146,7 @@ TreeDefinition ReadTree(Reader& from, TreeDefinition tree)
     return tree;
 }
 
-IndexDefinition ReadIndex(Reader& from)
+IndexDefinition ReadIndex(DefinitionReader& from)
 {
     IndexDefinition index;
     from.Raw(4);
@@ -188,7 +165,7 @@ IndexDefinition ReadIndex(Reader& from)
     return index;
 }
 
-void CheckIndexes(const TableDefinition& table, const Reader& reader)
+void CheckIndexes(const TableDefinition& table, const DefinitionReader& reader)
 {
     for (const TreeDefinition& tree : table.trees) {
         if (tree.columns.empty()) reader.Fail("has an index without columns");
@@ -224,7 +201,7 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber first)
 {
     if (first == noPage) throw Damaged(first, "a table has no definition page");
     const Bytes joined = JoinedPages(pager, first);
-    Reader from(joined, first);
+    DefinitionReader from(joined, first);
     from.Raw(rowCountAt);
     TableDefinition table;
     table.format = FileFormat::Format4;
@@ -247,11 +224,11 @@ TableDefinition ReadDefinition(Pager& pager, PageNumber first)
         from.Raw(4);
     }
     for (std::size_t i = 0; i < columnCount; ++i) table.columns.push_back(ReadColumn(from));
-    for (ColumnDefinition& column : table.columns) column.name = from.Name();
+    for (ColumnDefinition& column : table.columns) column.name = NameFrom(from, first);
     CheckColumns(table, from);
     for (TreeDefinition& tree : table.trees) tree = ReadTree(from, std::move(tree));
     for (std::size_t i = 0; i < indexCount; ++i) table.indexes.push_back(ReadIndex(from));
-    for (IndexDefinition& index : table.indexes) index.name = from.Name();
+    for (IndexDefinition& index : table.indexes) index.name = NameFrom(from, first);
     CheckIndexes(table, from);
     std::ranges::stable_sort(table.columns, {}, &ColumnDefinition::ordinalPosition);
     if (first >= objectsTablePage && first <= relationshipsTablePage) ArrangeSystemTable(table);

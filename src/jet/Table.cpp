@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "jet/Damage.h"
 #include "jet/DefinitionCodec.h"
 #include "jet/TableState.h"
 
@@ -60,6 +61,8 @@ Table::State& Table::State::Current()
     if (generation == pager.Generation()) return *this;
     TableDefinition fresh = ReadPages(pager, definition.page);
     fresh.name = definition.name;
+    if (definition.system && fresh.columns.size() < definition.columns.size())
+        throw Damaged(definition.page, "a system table has lost a column");
     for (ColumnDefinition& column : fresh.columns) {
         if (const auto known = definition.ColumnNumbered(column.number))
             column.properties = definition.columns[*known].properties;
