@@ -180,13 +180,15 @@ void CopyConvertedData(const dao::Database& source, const dao::Database& target,
         for (std::size_t j = 0; j < targetTables.size(); ++j) {
             const Text& name = sourceTables[i];
             if (name != targetTables[j]) continue;
-            SkipWhatDoesNotFit([&] {
+            const auto error = SkipWhatDoesNotFit([&] {
                 const Text fields = CommonFields(source.TableDefs().Item(static_cast<std::int32_t>(i)),
                                                  target.TableDefs().Item(static_cast<std::int32_t>(j)));
                 if (fields.empty()) return;
                 source.Execute(u"INSERT INTO " + name + u" " + InClause(targetPath) + u" SELECT " + fields + u" FROM " +
                                name);
             });
+            // Text that the new file cannot hold: the table would stay empty.
+            if (error && error->Is(ErrorNumber::DataConversion)) throw *error;
         }
     }
 }

@@ -11,7 +11,7 @@
 #include <span>
 #include <type_traits>
 
-#include "engine/Session.h"
+#include "jet/StorageError.h"
 
 namespace vmlib::engine {
 namespace {
@@ -101,16 +101,6 @@ private:
     std::span<const std::uint8_t> bytes_;
 };
 
-template <class Step>
-auto OnDisk(const Step& step)
-{
-    try {
-        return step();
-    } catch (const Error& error) {
-        throw EngineErrorOf(error);
-    }
-}
-
 }  // namespace
 
 /// The temporary file and where in it each row begins.
@@ -119,7 +109,7 @@ class KeptRows::Store
 public:
     Store(Files& files, TextView folder) : files_(files)
     {
-        OnDisk([&] {
+        jet::OnDisk([&] {
             path_ = files.CreateUnique(folder, u"vmr").first;
             file_ = files.Open(path_, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::OpenExisting});
         });
@@ -161,7 +151,7 @@ private:
 
     void Flush()
     {
-        OnDisk([&] { file_->WriteAt(size_ - pending_.size(), pending_); });
+        jet::OnDisk([&] { file_->WriteAt(size_ - pending_.size(), pending_); });
         pending_.clear();
         window_.clear();
     }
@@ -172,7 +162,7 @@ private:
         const std::uint64_t wanted = std::max<std::uint64_t>(end - start, bufferSize);
         window_.resize(std::min(wanted, size_ - start));
         windowStart_ = start;
-        const std::size_t got = OnDisk([&] { return file_->ReadAt(start, window_); });
+        const std::size_t got = jet::OnDisk([&] { return file_->ReadAt(start, window_); });
         if (got < end - start) throw Error(ErrorNumber::DiskOrNetwork);
         window_.resize(got);
     }

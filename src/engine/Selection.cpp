@@ -159,6 +159,12 @@ bool Selection::Reads(jet::Database& database, TextView table) const
     });
 }
 
+bool Selection::ReadsWideText() const
+{
+    return std::ranges::any_of(
+        read_, [](const TableRef& read) { return read.database->GetPager().Format() == jet::FileFormat::Format4; });
+}
+
 std::vector<Text> Selection::TablesRead() const
 {
     std::vector<Text> names;

@@ -52,6 +52,8 @@ public:
     /// @param wanted  columns whose values will be read; empty: all
     std::unique_ptr<RowStream> Run(const std::vector<bool>& wanted = {}) const;
 
+    /// True when a file of format 4 is read, whose texts may have characters beyond code page 1252.
+    bool ReadsWideText() const;
     /// True when the statement reads this table, directly or not.
     bool Reads(jet::Database& database, TextView table) const;
 

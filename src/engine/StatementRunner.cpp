@@ -5,6 +5,7 @@
 
 #include "engine/Cursor.h"
 #include "engine/Values.h"
+#include "jet/StorageError.h"
 
 namespace vmlib::engine {
 namespace {
@@ -93,7 +94,15 @@ std::int32_t StatementRunner::InsertRows(const Selection& selection, TableChange
     jet::Database& storage = *table.Table().database;
     const Fit fit = HowToFit();
     std::int32_t stored = 0;
+    // What a host assigns loses characters that have no byte; what another file holds must not. It ends the statement.
+    const bool mayNotFit = selection.ReadsWideText();
+    const auto requireFit = [&](const auto& valueOf) {
+        for (std::size_t i = 0; i < targets.size(); ++i)
+            if (std::holds_alternative<Text>(valueOf(i)))
+                throw jet::UnfitText(table.Definition().name, Decimal(stored + 1), columns[targets[i]].name);
+    };
     const auto store = [&](const auto& valueOf) {
+        if (mayNotFit) requireFit(valueOf);
         const bool made = TryRow(storage, false, [&] {
             for (std::size_t i = 0; i < targets.size(); ++i)
                 FitToColumn(valueOf(i), columns[targets[i]], fit, row[targets[i]]);

@@ -93,11 +93,21 @@ Text NameBeside(Files& files, const Text& path)
     }
 }
 
+/// A file of a later format would come back as one of format 3, which its own programs may not want.
+void RequireWritableFormat(Session& session, const Text& path)
+{
+    const Closer database(session.OpenDatabase(path, true));
+    if (ToText(Get(database.Object(), u"Version")) == u"3.0") return;
+    const Error plain(ErrorNumber::UnrecognizedFormat, {path});
+    throw Error(plain.Number(), plain.Description() + u" (the file has a later format: name a NEW file of format 3)");
+}
+
 /// Compacted beside the file, then put in its place in one step.
 void CompactInPlace(Session& session, const Text& path)
 {
     Files& files = session.platform.files;
     const Text beside = NameBeside(files, path);
+    RequireWritableFormat(session, path);
     const ObjectRef engine = Engine(session);
     Call(engine, u"CompactDatabase", path, beside, u"", std::int32_t{0}, session.Connect());
     try {
@@ -136,9 +146,10 @@ void AddRepairCommands(CommandLine& line)
 {
     auto arguments = std::make_shared<RepairArguments>();
     Session& session = line.TheSession();
-    CLI::App& repair = line.Add("repair", "vmlib repair Kas.mdb",
-                                "Repairs and compacts a damaged file in place; prints the rows of each table and what was lost.",
-                                [=, &session] { return Repair(session, arguments->file); });
+    CLI::App& repair =
+        line.Add("repair", "vmlib repair Kas.mdb",
+                 "Repairs and compacts a damaged file in place; prints the rows of each table and what was lost.",
+                 [=, &session] { return Repair(session, arguments->file); });
     repair.add_option("file", arguments->file)->required();
     line.TakesPassword(repair);
     line.TakesJson(repair);

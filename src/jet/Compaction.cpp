@@ -9,6 +9,7 @@
 #include "jet/HeaderPage.h"
 #include "jet/NewFile.h"
 #include "jet/Opening.h"
+#include "jet/StorageError.h"
 #include "jet/SystemRows.h"
 #include "jet/SystemTables.h"
 #include "jet/TableBuilder.h"
@@ -27,19 +28,12 @@ Text NameOfRow(const Row& row, RowPointer at)
     return Decimal(at.page) + u"/" + Decimal(at.row);
 }
 
-Error Unfit(TextView table, const Text& row, TextView field)
-{
-    constexpr auto number = ErrorNumber::DataConversion;
-    return Error(static_cast<std::int32_t>(number), ErrorText(static_cast<std::int32_t>(number)) + u" (table " +
-                                                        Text(table) + u", row " + row + u", field " + Text(field) +
-                                                        u": text that code page 1252 cannot hold)");
-}
-
 /// Format 3 holds no such text, and nothing takes its place unsaid.
 void RequireAnsi(const TableDefinition& table, const Row& row, RowPointer at)
 {
     for (std::size_t i = 0; i < row.size(); ++i)
-        if (std::holds_alternative<Text>(row[i])) throw Unfit(table.name, NameOfRow(row, at), table.columns[i].name);
+        if (std::holds_alternative<Text>(row[i]))
+            throw UnfitText(table.name, NameOfRow(row, at), table.columns[i].name);
 }
 
 /// A column of format 4 as format 3 has it.
@@ -183,7 +177,7 @@ private:
         if (to.page != objectsTablePage) return;
         if (auto* stored = std::get_if<Bytes>(&row[system::object::lvProp])) {
             const ObjectProperties properties = ObjectProperties::Decode(*stored);
-            if (!properties.unfit.empty()) throw Unfit(to.name, NameOfRow(row, at), properties.unfit.front());
+            if (!properties.unfit.empty()) throw UnfitText(to.name, NameOfRow(row, at), properties.unfit.front());
             *stored = properties.Encode();
         }
     }

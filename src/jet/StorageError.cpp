@@ -16,4 +16,11 @@ Error StorageError(const FileError& fault)
     }
 }
 
+Error UnfitText(TextView table, TextView row, TextView field)
+{
+    const Error plain(ErrorNumber::DataConversion);
+    return Error(plain.Number(), plain.Description() + u" (table " + Text(table) + u", row " + Text(row) + u", field " +
+                                     Text(field) + u": text that code page 1252 cannot hold)");
+}
+
 }  // namespace vmlib::jet

@@ -9,6 +9,9 @@ namespace vmlib::jet {
 /// input and output, 3027 no right to write, 3046 held by another.
 Error StorageError(const FileError& fault);
 
+/// What says that a file of format 3 cannot hold a text of another one: number 3421, and where the text stands.
+Error UnfitText(TextView table, TextView row, TextView field);
+
 /// Runs a step on an open file; faults of the port come out as engine errors.
 template <class Step>
 auto OnDisk(Step&& step)

@@ -131,5 +131,32 @@ TEST_F(MaintenanceTest, RepairTellsItsLossesInErrors)
     EXPECT_EQ(ErrorOf([&] { Call(Engine(), u"RepairDatabase", folder_.Path(u"a.mdb")); }), 3343);
 }
 
+TEST_F(MaintenanceTest, TextThatFormat3CannotHoldIsToldAndNeverReplaced)
+{
+    VMLIB_GENUINE_FILE(genuine, "test2V2000.mdb");
+    std::string file = ReadNative(genuine);
+    const std::string title = "\xFF\xFEProject1";  // a compressed text becomes one in UTF-16, as long
+    const std::size_t at = file.find(title);
+    ASSERT_NE(at, std::string::npos);
+    file.replace(at, title.size(),
+                 std::string("\xA9\x03\x16\x04\x9E\x8A"
+                             "a\0!\0",
+                             title.size()));
+    folder_.Write("a.mdb", file);
+    const ObjectRef wide = Open(u"a.mdb", false, true);
+    EXPECT_EQ(ToText(Field(Records(wide, u"SELECT PROJ_PROP_TITLE FROM MSP_PROJECTS"), u"PROJ_PROP_TITLE")),
+              u"\u03A9\u0416\u8A9Ea!");
+    Call(wide, u"Close");
+
+    EXPECT_EQ(Compact(u"", 0, u""), 3421);
+    const ObjectRef database = Create(u"c.mdb");
+    MakeTable(database, u"K", {{u"T", 10, 50}});
+    const Text from = u" FROM MSP_PROJECTS IN '" + folder_.Path(u"a.mdb") + u"'";
+    EXPECT_EQ(ErrorOf([&] { Execute(database, u"INSERT INTO K (T) SELECT PROJ_PROP_TITLE" + from, 0); }), 3421);
+    EXPECT_THAT(Rows(database, u"SELECT * FROM K"), IsEmpty());
+    EXPECT_EQ(ErrorOf([&] { Execute(database, u"SELECT PROJ_PROP_TITLE INTO N" + from, 0); }), 3421);
+    EXPECT_EQ(ErrorOf([&] { Records(database, u"N"); }), 3078);
+}
+
 }  // namespace
 }  // namespace vmlib::test
