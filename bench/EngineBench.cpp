@@ -1,8 +1,6 @@
 // The engine's objects as late-bound callers use them, beside the same work done by mdb-export or by SQLite's C API on
 // tables of its own. Prints one JSON object a line. Usage: bench_engine VMLIB [runs, at least 5]
 
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -135,19 +133,7 @@ public:
         Read("BEGIN");
         sqlite3_stmt* statement = nullptr;
         sqlite3_prepare_v2(connection_, "INSERT INTO Tabel10 VALUES (?, ?, ?, ?, ?, ?, ?, ?)", -1, &statement, nullptr);
-        for (int row = next_; row < next_ + addedRows; ++row) {
-            const SampleRow values = MakeRow(0, row);
-            sqlite3_bind_int(statement, 1, values.id);
-            sqlite3_bind_int(statement, 2, values.number);
-            sqlite3_bind_text(statement, 3, values.name.c_str(), -1, SQLITE_TRANSIENT);
-            sqlite3_bind_text(statement, 4, values.place.c_str(), -1, SQLITE_TRANSIENT);
-            sqlite3_bind_int64(statement, 5, values.amount);
-            sqlite3_bind_double(statement, 6, values.date);
-            sqlite3_bind_int(statement, 7, values.count);
-            sqlite3_bind_int(statement, 8, values.active ? -1 : 0);
-            if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(connection_));
-            sqlite3_reset(statement);
-        }
+        for (int row = next_; row < next_ + addedRows; ++row) InsertRow(statement, MakeRow(0, row));
         sqlite3_finalize(statement);
         Read("COMMIT");
         next_ += addedRows;

@@ -1,7 +1,6 @@
 #include "SqliteTwin.h"
 
 #include <fcntl.h>
-#include <sqlite3.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -58,17 +57,7 @@ void Fill(const Connection& connection, int table)
     if (sqlite3_prepare_v2(connection.get(), sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
         throw std::runtime_error(sql);
     for (int row = 0; row < rowsPerTable; ++row) {
-        const SampleRow values = MakeRow(table, row);
-        sqlite3_bind_int(statement, 1, values.id);
-        sqlite3_bind_int(statement, 2, values.number);
-        sqlite3_bind_text(statement, 3, values.name.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(statement, 4, values.place.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_int64(statement, 5, values.amount);
-        sqlite3_bind_double(statement, 6, values.date);
-        sqlite3_bind_int(statement, 7, values.count);
-        sqlite3_bind_int(statement, 8, values.active ? -1 : 0);
-        sqlite3_step(statement);
-        sqlite3_reset(statement);
+        InsertRow(statement, MakeRow(table, row));
     }
     sqlite3_finalize(statement);
 }
@@ -81,6 +70,20 @@ void SyncFile(const std::string& path)
 }
 
 }  // namespace
+
+void InsertRow(sqlite3_stmt* statement, const SampleRow& values)
+{
+    sqlite3_bind_int(statement, 1, values.id);
+    sqlite3_bind_int(statement, 2, values.number);
+    sqlite3_bind_text(statement, 3, values.name.c_str(), -1, SQLITE_TRANSIENT);
+    sqlite3_bind_text(statement, 4, values.place.c_str(), -1, SQLITE_TRANSIENT);
+    sqlite3_bind_int64(statement, 5, values.amount);
+    sqlite3_bind_double(statement, 6, values.date);
+    sqlite3_bind_int(statement, 7, values.count);
+    sqlite3_bind_int(statement, 8, values.active ? -1 : 0);
+    if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(sqlite3_db_handle(statement)));
+    sqlite3_reset(statement);
+}
 
 void SqliteTwin::MakeDocument()
 {

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <sqlite3.h>
+
 #include <string>
 
 #include "Rows.h"
 
 namespace vmlib::bench {
+
+/// Binds the values of a row to `INSERT INTO table VALUES (?, ?, ?, ?, ?, ?, ?, ?)` and runs it.
+void InsertRow(sqlite3_stmt* statement, const SampleRow& values);
 
 /// The twin of a conversion and save: the same rows rebuilt and copied by SQLite's C API alone.
 class SqliteTwin

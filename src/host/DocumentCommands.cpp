@@ -2,6 +2,7 @@
 
 #include "automation/Convert.h"
 #include "automation/ResumeNext.h"
+#include "host/BackupFiles.h"
 #include "host/CommandLine.h"
 #include "host/Info.h"
 #include "host/Json.h"
@@ -137,21 +138,6 @@ void AddInfoRecord(Session& session, const DocumentArguments& arguments, const T
     WriteInfo(session, file, record);
 }
 
-/// An empty file beside a document for what is not finished yet; made at once, so that nobody else takes the name. It
-/// has an extension: the engine would add one.
-Text MakeUnfinished(Files& files, const Text& path)
-{
-    for (int n = 0;; ++n) {
-        const Text name = path + Text(unfinishedCopyMark) + Decimal(n) + u".tmp";
-        try {
-            files.Open(name, {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew, true});
-            return name;
-        } catch (const FileError& error) {
-            if (error.Fault() != FileFault::Exists) throw;
-        }
-    }
-}
-
 /// The layer's own operation; returns its code.
 std::int16_t BuildDocument(Session& session, const DocumentArguments& arguments, const Text& file)
 {
@@ -170,7 +156,7 @@ std::int16_t MakeDocument(Session& session, const DocumentArguments& arguments, 
     if (!mayWrite) return BuildDocument(session, arguments, path);
 
     Files& files = session.platform.files;
-    const Text made = MakeUnfinished(files, path);
+    const Text made = MakeUnfinished(files, path, {});
     try {
         const std::int16_t code = BuildDocument(session, arguments, made);
         if (code != 0) {

@@ -5,15 +5,11 @@
 #include <sstream>
 
 #include "automation/ResumeNext.h"
-#include "host/CommandLine.h"
+#include "host/CommandFixture.h"
 #include "host/Json.h"
-#include "platform/posix/PosixFiles.h"
-#include "support/FailingFiles.h"
-#include "support/FakePorts.h"
-#include "support/TemporaryFolder.h"
 
 // The commands inside this process, over ports that fail when they are told to.
-namespace vmlib::host {
+namespace vmlib::host::test {
 namespace {
 
 using testing::AnyOf;
@@ -23,11 +19,8 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 using vmlib::test::FailingFiles;
-using vmlib::test::FakeDesktop;
-using vmlib::test::FakeSystem;
 using vmlib::test::Fault;
 using vmlib::test::FaultKind;
-using vmlib::test::TemporaryFolder;
 
 constexpr const char* layoutText = R"({
   "type": "FACT", "version": 1,
@@ -39,24 +32,15 @@ constexpr const char* layoutText = R"({
        {"name": "InGebruikDoor", "type": 10, "length": 20, "attributes": 2}]},
     {"name": "Klanten", "fields": [{"name": "Nummer", "type": 4, "length": 4, "attributes": 1}]}]})";
 
-struct Answer
-{
-    int code;
-    std::string out, err;
-};
-
-class CommandsTest : public testing::Test
+class CommandsTest : public CommandFixture
 {
 protected:
     CommandsTest()
     {
-        std::filesystem::create_directory(folder_.Native("tmp"));
         Must({"layout", "import", At("layout.mdb")}, layoutText);
         Must(Create("Kas.mdb"));
         Must({"query", At("Kas.mdb"), "INSERT INTO Klanten (Nummer) VALUES (1)"});
     }
-
-    std::string At(std::string_view name) const { return folder_.Native(name).string(); }
 
     std::vector<std::string> Create(std::string_view name) const
     {
@@ -65,29 +49,6 @@ protected:
     std::vector<std::string> Open(std::string_view name) const
     {
         return {"open", At(name), "--type", "FACT", "--layout", At("layout.mdb"), "--json"};
-    }
-
-    Answer Run(std::vector<std::string> words, const std::string& input = {})
-    {
-        std::istringstream in(input);
-        std::ostringstream out, err;
-        std::streambuf* const standardInput = std::cin.rdbuf(in.rdbuf());
-        std::cin.clear();
-        Platform platform = PlatformOf(files_, system_, desktop_);
-        ClassRegistry classes;
-        Session session(platform, classes, out, err);
-        CommandLine line(session);
-        AddCommands(line);
-        const int code = line.Run(std::move(words));
-        std::cin.rdbuf(standardInput);
-        return {code, out.str(), err.str()};
-    }
-
-    Answer Must(std::vector<std::string> words, const std::string& input = {})
-    {
-        const Answer answer = Run(words, input);
-        EXPECT_EQ(answer.code, 0) << words[0] << ": " << answer.err;
-        return answer;
     }
 
     /// "name: kind" of each leftover in the order of the answer.
@@ -100,12 +61,6 @@ protected:
                             entry["kind"].get<std::string>());
         return found;
     }
-
-    TemporaryFolder folder_;
-    posix::PosixFiles real_;
-    FailingFiles files_{real_};
-    FakeSystem system_{folder_.Path(u"tmp\\")};
-    FakeDesktop desktop_;
 };
 
 TEST_F(CommandsTest, ACreateThatFailsAtAnyStepLeavesTheOldDocumentOrTheNewOne)
@@ -117,7 +72,7 @@ TEST_F(CommandsTest, ACreateThatFailsAtAnyStepLeavesTheOldDocumentOrTheNewOne)
         for (bool struck = true; struck; ++n) {
             folder_.Write("Kas.mdb", before);
             files_.Arm({.at = n, .kind = kind});
-            Answer answer;
+            Outcome answer;
             const auto failure = ResumeNext([&] { answer = Run(Create("Kas.mdb")); });
             struck = files_.Struck();
             if (files_.PowerIsOff()) files_.AfterPowerCut(FailingFiles::Unsynced::Lost);
@@ -164,7 +119,7 @@ TEST_F(CommandsTest, ACreateTakesAFreeNameForWhatItMakes)
 TEST_F(CommandsTest, ACreateNamesTheFieldThatDoesNotFit)
 {
     const std::string name = std::string(120, 'k') + ".mdb";
-    const Answer answer = Run(Create(name));
+    const Outcome answer = Run(Create(name));
     EXPECT_EQ(answer.code, 3);
     EXPECT_THAT(answer.err, StartsWith("error 3163: "));
     EXPECT_THAT(answer.err, HasSubstr("BestandNaam"));
@@ -233,7 +188,7 @@ TEST_F(CommandsTest, StatusKnowsTheFilesOfTheTemporaryFolder)
 TEST_F(CommandsTest, StatusKnowsTheCopyOfADocumentWhoseNameDoesNotFit)
 {
     std::filesystem::copy_file(At("Kas.mdb"), At("\u65E5.mdb"));
-    const Answer opened = Must(Open("\u65E5.mdb"));
+    const Outcome opened = Must(Open("\u65E5.mdb"));
     EXPECT_THAT(opened.err, HasSubstr("warning: "));
     EXPECT_THAT(Leftovers("\u65E5.mdb"), ElementsAre(HasSubstr("working copy")));
 }
@@ -254,7 +209,7 @@ TEST_F(CommandsTest, OpenWarnsWhereAMarkDoesNotFit)
     };
     for (const auto& row : rows) {
         system_.userName = row.user;
-        const Answer opened = Must(Open(row.document));
+        const Outcome opened = Must(Open(row.document));
         EXPECT_THAT(opened.err, HasSubstr(row.warning));
         EXPECT_EQ(opened.err.empty(), row.warning[0] == '\0') << opened.err;
         EXPECT_EQ(Json::parse(opened.out)["marked"], row.warning[0] == '\0') << row.document;
@@ -266,14 +221,14 @@ TEST_F(CommandsTest, EachColumnOfARowIsSeenInJson)
 {
     EXPECT_EQ(Must({"query", At("Kas.mdb"), "SELECT Nummer, Nummer FROM Klanten", "--json"}).out,
               "{\"Klanten.Nummer\":1,\"Klanten.Nummer (2)\":1}\n");
-    const Answer both = Run({"query", At("Kas.mdb"), "SELECT Nummer FROM Klanten", "--json", "--csv"});
+    const Outcome both = Run({"query", At("Kas.mdb"), "SELECT Nummer FROM Klanten", "--json", "--csv"});
     EXPECT_EQ(both.code, 2);
     EXPECT_THAT(both.out, IsEmpty());
 }
 
 TEST_F(CommandsTest, NamesThatAreNoUtf8AreShownAsFarAsTheyGo)
 {
-    const Answer created = Must({"create", At("K\xFF.mdb"), "--type", "FACT", "--layout", At("layout.mdb"), "--json"});
+    const Outcome created = Must({"create", At("K\xFF.mdb"), "--type", "FACT", "--layout", At("layout.mdb"), "--json"});
     EXPECT_THAT(Json::parse(created.out)["document"].get<std::string>(), testing::EndsWith("K\uFFFD.mdb"));
 }
 
@@ -291,13 +246,13 @@ TEST_F(CommandsTest, LayoutTextsThatCannotBeMeantAreRefusedWhole)
     tooLarge.replace(text.find("1,"), 1, "1e999");
     const std::string before = folder_.Read("layout.mdb");
     for (const std::string& input : {text + text, text + lowerCase, tooLarge}) {
-        const Answer answer = Run({"layout", "import", At("layout.mdb")}, input);
+        const Outcome answer = Run({"layout", "import", At("layout.mdb")}, input);
         EXPECT_EQ(answer.code, 2) << answer.err;
         EXPECT_THAT(answer.err, Not(IsEmpty()));
     }
     EXPECT_EQ(folder_.Read("layout.mdb"), before);
     for (const char* command : {"import", "export"}) {
-        const Answer answer = Run({"layout", command, At("Kas.mdb")}, text);
+        const Outcome answer = Run({"layout", command, At("Kas.mdb")}, text);
         EXPECT_EQ(answer.code, 2);
         EXPECT_EQ(answer.err, At("Kas.mdb") + " is no layout database\n");
     }
@@ -319,10 +274,10 @@ TEST_F(CommandsTest, BaseDatabasesSayHowTheyOpened)
     EXPECT_EQ(Json::parse(base("0").out)["rights"], 0);
     EXPECT_EQ(base("4").code, 2);
     Must({"query", At("Kas.mdb"), "UPDATE Info SET Versie = 2"});
-    const Answer newer = base("0");
+    const Outcome newer = base("0");
     EXPECT_EQ(newer.code, 17);
     EXPECT_THAT(newer.err, HasSubstr("nieuwer dan de versie van het programma"));
 }
 
 }  // namespace
-}  // namespace vmlib::host
+}  // namespace vmlib::host::test

@@ -8,13 +8,8 @@
 #include <sstream>
 
 #include "automation/ResumeNext.h"
-#include "host/CommandLine.h"
+#include "host/CommandFixture.h"
 #include "host/Json.h"
-#include "host/Program.h"
-#include "platform/posix/PosixFiles.h"
-#include "support/FailingFiles.h"
-#include "support/FakePorts.h"
-#include "support/TemporaryFolder.h"
 
 // vmlib convert: what becomes of a document, and that nothing of it goes unseen.
 namespace vmlib::host::test {
@@ -30,10 +25,7 @@ using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
 using vmlib::test::FailingFiles;
-using vmlib::test::FakeDesktop;
-using vmlib::test::FakeSystem;
 using vmlib::test::FaultKind;
-using vmlib::test::TemporaryFolder;
 
 constexpr const char* infoTable = R"({"name": "Info", "fields": [
     {"name": "Versie", "type": 3, "length": 2, "attributes": 1},
@@ -61,25 +53,11 @@ const std::string layout2 = R"({"type": "FACT", "version": 2, "tables": [)" + st
      "indexes": [{"name": "PrimaryKey", "fields": ["Nr"], "primary": -1, "unique": -1}]},
     {"name": "Nieuw", "fields": [{"name": "B", "type": 4, "length": 4, "attributes": 1}]}]})";
 
-struct Answer
-{
-    int code = -1;
-    std::string out, err;
-    std::vector<Json> Lines() const
-    {
-        std::vector<Json> lines;
-        std::istringstream text(out);
-        for (std::string line; std::getline(text, line);) lines.push_back(Json::parse(line));
-        return lines;
-    }
-};
-
-class ConvertTest : public testing::Test
+class ConvertTest : public CommandFixture
 {
 protected:
     ConvertTest()
     {
-        fs::create_directory(folder_.Native("tmp"));
         fs::create_directory(folder_.Native("archief"));
         vmlib_.environment["TMPDIR"] = folder_.Native("tmp").string();
         Must({"layout", "import", At("layout.mdb")}, layout1);
@@ -90,30 +68,7 @@ protected:
         Must({"layout", "import", At("layout.mdb")}, layout2);
     }
 
-    std::string At(std::string_view name) const { return folder_.Native(name).string(); }
-
-    Answer Run(std::vector<std::string> words, const std::string& input = {})
-    {
-        std::istringstream in(input);
-        std::ostringstream out, err;
-        std::streambuf* const standardInput = std::cin.rdbuf(in.rdbuf());
-        std::cin.clear();
-        Platform platform = vmlib::test::PlatformOf(files_, system_, desktop_);
-        ClassRegistry classes;
-        Session session(platform, classes, out, err);
-        CommandLine line(session);
-        AddCommands(line);
-        const int code = line.Run(std::move(words));
-        std::cin.rdbuf(standardInput);
-        return {code, out.str(), err.str()};
-    }
-    Answer Must(std::vector<std::string> words, const std::string& input = {})
-    {
-        Answer answer = Run(words, input);
-        EXPECT_EQ(answer.code, 0) << words[0] << ": " << answer.out << answer.err;
-        return answer;
-    }
-    void Sql(std::string_view document, const std::string& statement) { Must({"query", At(document), statement}); }
+    void Sql(std::string_view document, const std::string& statement) { CommandFixture::Sql(At(document), statement); }
 
     std::vector<std::string> Words(std::vector<std::string> documents, std::vector<std::string> more = {}) const
     {
@@ -122,14 +77,14 @@ protected:
         words.insert(words.end(), more.begin(), more.end());
         return words;
     }
-    Answer Convert(std::vector<std::string> documents, std::vector<std::string> more = {})
+    Outcome Convert(std::vector<std::string> documents, std::vector<std::string> more = {})
     {
         return Run(Words(std::move(documents), std::move(more)));
     }
     /// The line of the only document.
     Json ConvertOne(const std::string& document, std::vector<std::string> more = {})
     {
-        const auto lines = Convert({document}, std::move(more)).Lines();
+        const auto lines = Convert({document}, std::move(more)).AsJsonLines();
         EXPECT_EQ(lines.size(), 1u);
         return lines.at(0);
     }
@@ -155,11 +110,6 @@ protected:
         "{\"Nr\":2,\"naam\":\"Slager\",\"Code\":7,\"Bedrag\":\"-3\"}\n"
         "{\"Nr\":3,\"naam\":null,\"Code\":null,\"Bedrag\":null}\n";
 
-    TemporaryFolder folder_;
-    posix::PosixFiles real_;
-    FailingFiles files_{real_};
-    FakeSystem system_{folder_.Path(u"tmp\\")};
-    FakeDesktop desktop_;
     Program vmlib_;
 };
 
@@ -255,12 +205,12 @@ TEST_F(ConvertTest, ADryRunChangesNoByte)
     Sql("Kas.mdb", "UPDATE Klanten SET Naam = 'veel te lang' WHERE Nr = 1");
     CopyTo("archief/A.mdb");
     const std::string before = folder_.Read("Kas.mdb");
-    const Answer refused = Convert({"Kas.mdb"}, {"--dry-run"});
+    const Outcome refused = Convert({"Kas.mdb"}, {"--dry-run"});
     EXPECT_EQ(refused.code, 1);
-    EXPECT_EQ(refused.Lines().at(0)["outcome"], "failed");
-    const Answer planned = Convert({"Kas.mdb", "archief"}, {"--dry-run", "--allow", "Klanten"});
+    EXPECT_EQ(refused.AsJsonLines().at(0)["outcome"], "failed");
+    const Outcome planned = Convert({"Kas.mdb", "archief"}, {"--dry-run", "--allow", "Klanten"});
     EXPECT_EQ(planned.code, 0);
-    for (const Json& line : planned.Lines()) {
+    for (const Json& line : planned.AsJsonLines()) {
         EXPECT_EQ(line["outcome"], "planned") << line;
         EXPECT_EQ(line["losses"][0]["value"], "veel te lang") << line;
     }
@@ -314,9 +264,9 @@ TEST_F(ConvertTest, WhatCannotBeConvertedIsListedAndTheBatchGoesOn)
     for (const std::string& name : names) list << name << "\n";
     list << At("archief") << "\n" << At("archief/weg.mdb") << "\n";  // each document once
 
-    const Answer answer = Run(Words({"-"}), list.str());
+    const Outcome answer = Run(Words({"-"}), list.str());
     EXPECT_EQ(answer.code, 1);
-    const auto lines = answer.Lines();
+    const auto lines = answer.AsJsonLines();
     ASSERT_EQ(lines.size(), std::size(cases) + 1) << answer.out;
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         EXPECT_EQ(lines[i]["code"], cases[i].code) << lines[i];
@@ -352,7 +302,7 @@ TEST_F(ConvertTest, AConversionCopyThatSomebodyLeftIsMovedAside)
     CopyTo("tmp/ConKopie.tmp");
     const std::string left = folder_.Read("Kas.mdb");
     CopyTo("archief/A.mdb");
-    const Answer answer = Convert({"archief"});
+    const Outcome answer = Convert({"archief"});
     EXPECT_EQ(answer.code, 0);
     EXPECT_THAT(answer.err, HasSubstr("~ConKopie-1.tmp"));
     EXPECT_TRUE(folder_.Read("tmp/~ConKopie-1.tmp") == left);
@@ -369,7 +319,7 @@ TEST_F(ConvertTest, FailureAtAnyStepLeavesTheOldDocumentOrTheNewOne)
             SCOPED_TRACE(n);
             folder_.Write("Kas.mdb", before);
             files_.Arm({.at = n, .kind = kind, .fault = FileFault::DiskFull});
-            Answer answer;
+            Outcome answer;
             ResumeNext([&] { answer = Convert({"Kas.mdb"}); });
             struck = files_.Struck();
             if (files_.PowerIsOff()) files_.AfterPowerCut(FailingFiles::Unsynced::Lost);

@@ -5,13 +5,8 @@
 #include <sstream>
 
 #include "automation/ResumeNext.h"
-#include "host/CommandLine.h"
+#include "host/CommandFixture.h"
 #include "host/Json.h"
-#include "host/Program.h"
-#include "platform/posix/PosixFiles.h"
-#include "support/FailingFiles.h"
-#include "support/FakePorts.h"
-#include "support/TemporaryFolder.h"
 
 // vmlib recover, restore, repair and compact: the ways back, and that none of them loses anything.
 namespace vmlib::host::test {
@@ -24,10 +19,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 using vmlib::test::FailingFiles;
-using vmlib::test::FakeDesktop;
-using vmlib::test::FakeSystem;
 using vmlib::test::FaultKind;
-using vmlib::test::TemporaryFolder;
 
 std::string Layout(int version)
 {
@@ -43,12 +35,11 @@ std::string Layout(int version)
       {"name": "Los", "fields": [{"name": "A", "type": 4, "length": 4, "attributes": 1}]}]})";
 }
 
-class RecoverTest : public testing::Test
+class RecoverTest : public CommandFixture
 {
 protected:
     RecoverTest()
     {
-        fs::create_directory(folder_.Native("tmp"));
         fs::create_directory(folder_.Native("elders"));
         Must({"layout", "import", At("layout.mdb")}, Layout(1));
         Must({"create", At("Kas.mdb"), "--type", "FACT", "--layout", At("layout.mdb")});
@@ -57,31 +48,6 @@ protected:
                 "INSERT INTO Klanten (Nr, Naam) SELECT COUNT(*) + 1, '" + std::string(name) + "' FROM Klanten");
         for (int i = 0; i < 3; ++i) Sql(At("Kas.mdb"), "INSERT INTO Los (A) VALUES (7)");
     }
-
-    std::string At(std::string_view name) const { return folder_.Native(name).string(); }
-
-    Outcome Run(std::vector<std::string> words, const std::string& input = {})
-    {
-        std::istringstream in(input);
-        std::ostringstream out, err;
-        std::streambuf* const standardInput = std::cin.rdbuf(in.rdbuf());
-        std::cin.clear();
-        Platform platform = vmlib::test::PlatformOf(files_, system_, desktop_);
-        ClassRegistry classes;
-        Session session(platform, classes, out, err);
-        CommandLine line(session);
-        AddCommands(line);
-        const int code = line.Run(std::move(words));
-        std::cin.rdbuf(standardInput);
-        return {code, out.str(), err.str()};
-    }
-    Outcome Must(std::vector<std::string> words, const std::string& input = {})
-    {
-        Outcome outcome = Run(words, input);
-        EXPECT_EQ(outcome.code, 0) << words[0] << ": " << outcome.out << outcome.err;
-        return outcome;
-    }
-    void Sql(const std::string& file, const std::string& statement) { Must({"query", file, statement}); }
 
     /// Opens the document and leaves the working copy, as a program that was killed does.
     std::string Leave()
@@ -125,11 +91,6 @@ protected:
     }
 
     const std::string oldRows_ = "Bakker Slager Smid ";
-    TemporaryFolder folder_;
-    posix::PosixFiles real_;
-    FailingFiles files_{real_};
-    FakeSystem system_{folder_.Path(u"tmp\\")};
-    FakeDesktop desktop_;
 };
 
 TEST_F(RecoverTest, WhatTheCopyHoldsIsShownAndSavedAndNothingIsLost)
