@@ -16,6 +16,8 @@ enum class InvokeKind : std::uint16_t
     PutReference = 8,
 };
 
+class MemberTable;
+
 /// Anything that answers calls by name. A C++ class with a member table, a COM object, a client's object at the other
 /// end of the rpc bridge.
 class Object : public std::enable_shared_from_this<Object>
@@ -32,6 +34,10 @@ public:
 
     /// The class name as TypeName gives it.
     virtual Text TypeName() const = 0;
+
+    /// The list of its members, of an object that has one; null where only a call can tell. For callers that ask for
+    /// numbers and parameter names before they call.
+    virtual const MemberTable* Table() const { return nullptr; }
 };
 
 /// `object.Member(arguments...)`; Nothing is error 91. By-reference arguments are written back into variables given as
