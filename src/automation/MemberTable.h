@@ -95,7 +95,7 @@ public:
         return T::Members().Invoke(*this, member, kind, arguments);
     }
     Text TypeName() const override { return T::Members().TypeName(); }
-    const MemberTable* Table() const override { return &T::Members(); }
+    const MemberTable* TableOfMembers() const override { return &T::Members(); }
 };
 
 }  // namespace vmlib

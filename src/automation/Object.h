@@ -37,7 +37,7 @@ public:
 
     /// The list of its members, of an object that has one; null where only a call can tell. For callers that ask for
     /// numbers and parameter names before they call.
-    virtual const MemberTable* Table() const { return nullptr; }
+    virtual const MemberTable* TableOfMembers() const { return nullptr; }
 };
 
 /// `object.Member(arguments...)`; Nothing is error 91. By-reference arguments are written back into variables given as

@@ -26,6 +26,8 @@ ErrorNumber EngineNumberOf(FileFault fault)
             return ErrorNumber::DiskOrNetwork;
         case FileFault::InvalidName:
             return ErrorNumber::InvalidFileName;
+        case FileFault::NotListed:
+            return ErrorNumber::CouldNotLockFile;
     }
     return ErrorNumber::DiskOrNetwork;
 }

@@ -52,6 +52,15 @@ void FindBeside(const Listing& listing, TextView name, std::vector<Leftover>& fo
     }
 }
 
+/// The list of a shared file's users goes with the last of them, unless that one was killed.
+void FindUserList(Session& session, const Listing& listing, TextView path, std::vector<Leftover>& found)
+{
+    const Text list = NameOf(path.substr(0, std::min(path.rfind(u'.'), path.size()))) + u".ldb";
+    for (const Text& name : listing.names)
+        if (EqualIgnoringCase(name, list) && !session.platform.files.FirstUser(path))
+            found.push_back({listing.folder + name, "list of users"});
+}
+
 /// Where the engine keeps what does not stay in memory: entries of a large index while it sorts them (vmi, four
 /// hexadecimal digits, .tmp), values of a large result (vmr), pages of a large change (jet).
 bool IsEngineFile(TextView name)
@@ -156,7 +165,9 @@ std::vector<Leftover> FindLeftovers(Session& session, TextView document)
 {
     const Text path = session.platform.files.FullPath(document);
     std::vector<Leftover> found;
-    FindBeside(List(session, FolderOf(path)), NameOf(path), found);
+    const Listing beside = List(session, FolderOf(path));
+    FindBeside(beside, NameOf(path), found);
+    FindUserList(session, beside, path, found);
     FindCopies(session, path, found);
     return found;
 }

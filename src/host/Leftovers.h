@@ -10,7 +10,7 @@ namespace vmlib::host {
 struct Leftover
 {
     Text path;
-    const char* kind;         // working copy, conversion copy, journal, temporary, backup
+    const char* kind;         // working copy, conversion copy, journal, temporary, backup, list of users
     bool isHalfMade = false;  // it names no document, so it may be any document's
 };
 
@@ -22,6 +22,7 @@ struct Leftover
 ///     Kas.mdb-new-1A2B                 an unfinished copy
 ///     Kas.mdb-backup-20240305-060000   a backup
 ///     Kas.mdb-v1.bak                   a backup that a conversion made
+///     Kas.ldb                          the list of those who share it, with nobody there
 ///     TMPDIR\vmlib-convert-Ab3dEf\     what a conversion of many documents was at when it was killed
 ///
 /// A file that somebody holds open is somebody's work and no leftover.

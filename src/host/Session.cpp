@@ -102,7 +102,16 @@ jet::Workspace Session::Storage()
 
 ObjectRef Session::OpenDatabase(TextView path, bool readOnly)
 {
-    return ToObject(Call(Workspace(), u"OpenDatabase", path, false, readOnly, Connect()));
+    const auto open = [&](bool exclusive) {
+        return ToObject(Call(Workspace(), u"OpenDatabase", path, exclusive, readOnly, Connect()));
+    };
+    try {
+        return open(false);
+    } catch (const Error& error) {
+        // Where no list of users can be made beside it, several may still read the file.
+        if (!readOnly || error.Number() != static_cast<std::int32_t>(ErrorNumber::CouldNotLockFile)) throw;
+        return open(true);
+    }
 }
 
 Text Session::DatabasePath(const std::string& native)

@@ -17,7 +17,8 @@ namespace {
 constexpr int lockWait = 2000;       // milliseconds for a commit of another opener to pass
 constexpr int writerPatience = 500;  // milliseconds for the mark of another program's writing to pass
 
-const Text unknownUser = u"?";
+/// The one user name of a workspace without a work group.
+constexpr TextView userName = u"admin";
 
 Error Because(ErrorNumber number, const Text& path, const char16_t* reason)
 {
@@ -50,8 +51,10 @@ Error OpeningError(Files& files, const FileError& fault, bool exclusive)
         case FileFault::AccessDenied:
             return Error(ErrorNumber::CannotOpenFile, {path});
         case FileFault::SharingViolation:
-            if (exclusive && CanBeOpenedShared(files, path))
-                return Error(ErrorNumber::ExclusivelyOpen, {unknownUser, unknownUser});
+            if (exclusive && CanBeOpenedShared(files, path)) {
+                const DatabaseUser user = files.FirstUser(path).value_or(DatabaseUser{u"?", u"?"});
+                return Error(ErrorNumber::ExclusivelyOpen, {user.computer, user.user});
+            }
             return Error(ErrorNumber::FileInUse, {path});
         default:
             return StorageError(fault);
@@ -110,8 +113,10 @@ FileFacts RequireFile(Files& files, TextView path)
 std::unique_ptr<OpenFile> OpenForDatabase(Files& files, TextView path, bool readOnly, bool exclusive)
 {
     try {
-        return files.Open(path, {readOnly ? FileAccess::Read : FileAccess::ReadWrite,
-                                 exclusive ? FileSharing::Exclusive : FileSharing::Shared, FileCreation::OpenExisting});
+        FileOpenRequest request{readOnly ? FileAccess::Read : FileAccess::ReadWrite,
+                                exclusive ? FileSharing::Exclusive : FileSharing::Shared, FileCreation::OpenExisting};
+        if (!exclusive) request.listedAs = userName;
+        return files.Open(path, request);
     } catch (const FileError& fault) {
         throw OpeningError(files, fault, exclusive);
     }

@@ -11,6 +11,8 @@ Error StorageError(const FileError& fault)
             return Error(ErrorNumber::ReadOnly);
         case FileFault::SharingViolation:
             return Error(ErrorNumber::CouldNotSaveLocked);
+        case FileFault::NotListed:
+            return Error(ErrorNumber::CouldNotLockFile);
         default:
             return Error(ErrorNumber::DiskOrNetwork);
     }

@@ -12,6 +12,7 @@ ErrorNumber NumberOf(FileFault fault)
         case FileFault::PathNotFound:
             return ErrorNumber::PathNotFound;
         case FileFault::AccessDenied:
+        case FileFault::NotListed:
             return ErrorNumber::PathFileAccess;
         case FileFault::SharingViolation:
             return ErrorNumber::PermissionDenied;

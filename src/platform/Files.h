@@ -25,6 +25,7 @@ enum class FileFault
     DiskFull,          // 61
     Io,                // 57
     InvalidName,       // 52
+    NotListed,         // 75: no place on the list of those who share a database
 };
 
 /// An Error of the Files port: the run-time number above, the text followed by the path, and the kind of fault for
@@ -85,6 +86,16 @@ struct FileOpenRequest
     // Of a file that is made:
     bool temporary = false;    // its name need not outlive a power cut, and nobody else may read it
     TextView permissionsOf{};  // it gets the owner and permissions of this file
+    // Of a database that is shared: the opener stands under this name on the list beside it (NAME.ldb), which programs
+    // on Windows that share it keep as well.
+    TextView listedAs{};
+};
+
+/// Who shares a database, as the list beside it has him.
+struct DatabaseUser
+{
+    Text computer;
+    Text user;
 };
 
 /// Locks that openers of the same file hold for moments, besides their sharing mode. Each is a byte far behind the end
@@ -154,6 +165,8 @@ public:
     /// @throws FileError; a sharing violation is retried for a short time first
     virtual std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) = 0;
 
+    /// The first of those who share a database, by the list beside it; no value when nobody does.
+    virtual std::optional<DatabaseUser> FirstUser(TextView) { return std::nullopt; }
     /// Nothing there: no value.
     virtual std::optional<FileFacts> Facts(TextView path) = 0;
     bool Exists(TextView path);  // a file, not a folder

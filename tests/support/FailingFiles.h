@@ -78,6 +78,7 @@ public:
     void AfterPowerCut(Unsynced unsynced, unsigned seed = 1);
 
     std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) override;
+    std::optional<DatabaseUser> FirstUser(TextView path) override { return real_.FirstUser(path); }
     std::optional<FileFacts> Facts(TextView path) override;
     FileProperties Properties(TextView path) override { return real_.Properties(path); }
     std::optional<Text> ShortPath(TextView path) override { return real_.ShortPath(path); }

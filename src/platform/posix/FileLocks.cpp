@@ -14,12 +14,6 @@ namespace {
 
 constexpr off_t base = off_t{1} << 40;
 
-struct ByteRange
-{
-    off_t first;
-    off_t count;
-};
-
 constexpr ByteRange sharedByte{base, 1};
 constexpr ByteRange exclusiveWriteByte{base + 1, 1};
 constexpr ByteRange exclusiveReadByte{base + 2, 1};
@@ -60,25 +54,6 @@ struct flock Request(short type, ByteRange range)
     return request;
 }
 
-/// False when another opener holds a lock in the way.
-bool SetLock(int descriptor, short type, ByteRange range)
-{
-    struct flock request = Request(type, range);
-    while (::fcntl(descriptor, F_OFD_SETLK, &request) != 0) {
-        if (errno == EAGAIN || errno == EACCES) return false;
-        if (errno != EINTR) throw SystemFailure(errno == EINVAL ? ENOLCK : errno, {});
-    }
-    return true;
-}
-
-/// True when another opener holds any lock in the range; asking as a writer needs no writable descriptor.
-bool HeldByAnother(int descriptor, ByteRange range)
-{
-    struct flock request = Request(F_WRLCK, range);
-    if (::fcntl(descriptor, F_OFD_GETLK, &request) != 0) throw SystemFailure(errno == EINVAL ? ENOLCK : errno, {});
-    return request.l_type != F_UNLCK;
-}
-
 bool IsWritable(int descriptor)
 {
     return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
@@ -95,6 +70,23 @@ bool AnnounceUnlessHeld(int descriptor, ByteRange own, ByteRange conflicting)
 }
 
 }  // namespace
+
+bool SetLock(int descriptor, short type, ByteRange range)
+{
+    struct flock request = Request(type, range);
+    while (::fcntl(descriptor, F_OFD_SETLK, &request) != 0) {
+        if (errno == EAGAIN || errno == EACCES) return false;
+        if (errno != EINTR) throw SystemFailure(errno == EINVAL ? ENOLCK : errno, {});
+    }
+    return true;
+}
+
+bool HeldByAnother(int descriptor, ByteRange range)
+{
+    struct flock request = Request(F_WRLCK, range);
+    if (::fcntl(descriptor, F_OFD_GETLK, &request) != 0) throw SystemFailure(errno == EINVAL ? ENOLCK : errno, {});
+    return request.l_type != F_UNLCK;
+}
 
 bool TryShare(int descriptor, Holder holder)
 {

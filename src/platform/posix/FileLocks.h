@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <functional>
 
@@ -34,6 +36,17 @@ enum class Holder
 bool TryShare(int descriptor, Holder holder);
 /// Gives up an exclusive hold for a shared one, without a moment in which others get in between.
 void ShareFromNow(int descriptor);
+
+struct ByteRange
+{
+    off_t first;
+    off_t count;  // 0: all that follow
+};
+
+/// Sets a lock of the type (F_RDLCK, F_WRLCK, F_UNLCK). False when another opener holds one that is in the way.
+bool SetLock(int descriptor, short type, ByteRange range);
+/// True when another opener holds any lock in the range; asking needs no writable descriptor.
+bool HeldByAnother(int descriptor, ByteRange range);
 
 /// True when anybody else holds any lock on any byte of the file.
 bool HasLocks(int descriptor);

@@ -6,7 +6,7 @@
 
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/SystemFailure.h"
-#include "platform/posix/WindowsUsers.h"
+#include "platform/posix/UserList.h"
 
 namespace vmlib::posix {
 

@@ -14,7 +14,7 @@
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/SystemFailure.h"
 #include "platform/posix/UnfinishedCopy.h"
-#include "platform/posix/WindowsUsers.h"
+#include "platform/posix/UserList.h"
 
 namespace vmlib::posix {
 
@@ -141,8 +141,10 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     if (!shared) return nullptr;
     const bool readsOnly = request.access == FileAccess::Read && request.sharing == FileSharing::Shared;
     if (!creates && !readsOnly && HasWindowsUsers(drives_, path)) return nullptr;
-    return std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
-                                           creates && !request.temporary ? native.Folder() : std::string());
+    auto file = std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
+                                                creates && !request.temporary ? native.Folder() : std::string());
+    if (!request.listedAs.empty()) file->Keep(UserListPlace::Take(drives_, path, request.listedAs));
+    return file;
 }
 
 void PosixFiles::Delete(TextView path)

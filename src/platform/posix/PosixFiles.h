@@ -20,6 +20,7 @@ public:
     }
 
     std::unique_ptr<OpenFile> Open(TextView path, const FileOpenRequest& request) override;
+    std::optional<DatabaseUser> FirstUser(TextView path) override { return posix::FirstUser(drives_, path); }
     std::optional<FileFacts> Facts(TextView path) override;
     FileProperties Properties(TextView path) override;
     std::optional<Text> ShortPath(TextView path) override;

@@ -4,6 +4,7 @@
 
 #include "platform/Files.h"
 #include "platform/posix/Descriptor.h"
+#include "platform/posix/UserList.h"
 
 struct stat;
 
@@ -39,6 +40,9 @@ public:
     void Unlock(FileLock lock) override;
     void OnCopy(std::function<void()> writeBack) override;
 
+    /// On the list of the file's users for as long as this is open.
+    void Keep(std::unique_ptr<UserListPlace> place) { place_ = std::move(place); }
+
 private:
     void CheckWritable() const;
 
@@ -46,6 +50,7 @@ private:
     Text path_;
     FileAccess access_;
     std::string newIn_;
+    std::unique_ptr<UserListPlace> place_;
     FileIdentity identity_;
     bool written_ = false, unsynced_ = false, syncFailed_ = false;
 };
