@@ -44,7 +44,7 @@ void AppendValue(Bytes& bytes, const jet::Value& value)
         [&](const auto& held) {
             using T = std::remove_cvref_t<decltype(held)>;
             if constexpr (isSequence<T>) {
-                const std::uint64_t size = held.size() * sizeof held[0];
+                const std::size_t size = held.size() * sizeof held[0];
                 AppendBytes(bytes, &size, sizeof size);
                 AppendBytes(bytes, held.data(), size);
             } else if constexpr (!std::is_same_v<T, Null>) {
@@ -86,7 +86,7 @@ private:
             using T = std::variant_alternative_t<alternative, jet::Value>;
             T held{};
             if constexpr (isSequence<T>) {
-                std::uint64_t size = 0;
+                std::size_t size = 0;
                 Take(&size, sizeof size);
                 if (size > bytes_.size()) throw Error(ErrorNumber::DiskOrNetwork);
                 held.resize(size / sizeof held[0]);
@@ -141,7 +141,8 @@ public:
         const std::uint64_t end = row + 1 < starts_.size() ? starts_[row + 1] : size_;
         if (start < windowStart_ || end > windowStart_ + window_.size()) Fill(start, end);
         const std::span<const std::uint8_t> window = window_;
-        ValueReader reader(window.subspan(start - windowStart_, end - start));
+        ValueReader reader(
+            window.subspan(static_cast<std::size_t>(start - windowStart_), static_cast<std::size_t>(end - start)));
         into.clear();
         for (std::size_t i = 0; i < width; ++i) into.push_back(reader.Next());
     }
@@ -160,7 +161,7 @@ private:
     void Fill(std::uint64_t start, std::uint64_t end)
     {
         const std::uint64_t wanted = std::max<std::uint64_t>(end - start, bufferSize);
-        window_.resize(std::min(wanted, size_ - start));
+        window_.resize(static_cast<std::size_t>(std::min(wanted, size_ - start)));
         windowStart_ = start;
         const std::size_t got = jet::OnDisk([&] { return file_->ReadAt(start, window_); });
         if (got < end - start) throw Error(ErrorNumber::DiskOrNetwork);

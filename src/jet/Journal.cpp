@@ -170,7 +170,7 @@ void InvalidateHeader(OpenFile& journal)
 
 std::vector<bool> PagesOf(OpenFile& journal, const JournalHeader& header)
 {
-    std::vector<bool> pages(header.fileSize / pageSize);
+    std::vector<bool> pages(static_cast<std::size_t>(header.fileSize / pageSize));
     Record record;
     for (std::uint64_t at = recordsAt; ReadRecord(journal, at, record); at += recordSize) {
         if (IsValid(header, record)) pages[LoadLittle<std::uint32_t>(record.data())] = true;

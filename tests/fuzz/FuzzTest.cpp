@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 
 #include "fuzz/FuzzTarget.h"
@@ -29,6 +30,14 @@ protected:
             ADD_FAILURE() << what << ": " << error.what() << "\n" << input;
         }
     }
+
+    static void RunMutation(const std::vector<std::string>& seeds, std::mt19937& random, int round)
+    {
+        constexpr int steps = 3;
+        std::string input = seeds[random() % seeds.size()];
+        for (int step = 0; step < steps; ++step) input = GetParam()->mutate(input, random);
+        Run(input, "round " + std::to_string(round));
+    }
 };
 
 TEST_P(FuzzTest, WhatOnceBrokeUsHolds)
@@ -43,19 +52,32 @@ TEST_P(FuzzTest, WhatOnceBrokeUsHolds)
 
 TEST_P(FuzzTest, SeedsAndTheirMutationsHold)
 {
-    constexpr int rounds = 150, steps = 3;
-    std::mt19937 random(1);
     const std::vector<std::string> seeds = GetParam()->seeds();
     for (std::size_t i = 0; i < seeds.size(); ++i) Run(seeds[i], "seed " + std::to_string(i));
-    for (int round = 0; round < rounds; ++round) {
-        std::string input = seeds[random() % seeds.size()];
-        for (int step = 0; step < steps; ++step) input = GetParam()->mutate(input, random);
-        Run(input, "round " + std::to_string(round));
-    }
+    std::mt19937 random(1);
+    for (int round = 0; round < 150; ++round) RunMutation(seeds, random, round);
+}
+
+/// What reads the files and the statements of others gets a minute of it under the sanitizers. A failure names
+/// its round, which the next run comes to as well.
+class LongFuzzTest : public FuzzTest
+{
+};
+
+TEST_P(LongFuzzTest, AMinuteOfMutationsHolds)
+{
+    constexpr std::chrono::seconds time{VMLIB_FUZZ_SECONDS};
+    const std::vector<std::string> seeds = GetParam()->seeds();
+    std::mt19937 random(2);
+    const auto end = std::chrono::steady_clock::now() + time;
+    for (int round = 0; std::chrono::steady_clock::now() < end && !HasFailure(); ++round)
+        RunMutation(seeds, random, round);
 }
 
 INSTANTIATE_TEST_SUITE_P(Parsers, FuzzTest,
                          testing::Values(&jetFile, &journal, &sqlText, &jsonLines, &conversions, &registryText),
+                         [](const auto& info) { return std::string(info.param->name); });
+INSTANTIATE_TEST_SUITE_P(Readers, LongFuzzTest, testing::Values(&jetFile, &sqlText),
                          [](const auto& info) { return std::string(info.param->name); });
 
 }  // namespace

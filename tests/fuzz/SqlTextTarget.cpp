@@ -30,6 +30,8 @@ constexpr std::string_view statements[] = {
     "Klanten",
     "PARAMETERS [van] Long, tot DateTime; SELECT * FROM Namen WHERE Naam = [van]",
     "SELECT First(Naam), Last(Saldo), Min(Geboren), Avg(Id), StDev(Id), VarP(Saldo) FROM Klanten",
+    "TRANSFORM Sum(Saldo) SELECT Naam, Count(*) AS N FROM Klanten GROUP BY Naam PIVOT Format(Geboren, 'yyyy') IN "
+    "('2000', 'geen')",
     "INSERT INTO Klanten (Naam, Saldo, Geboren) VALUES ('nieuw', 12.5, #1/2/2003#)",
     "INSERT INTO Regels (Klant, Nr, Tekst) SELECT Id, Id + 100, Naam FROM Klanten",
     "UPDATE Klanten SET Saldo = Saldo * 1.1, Notitie = Naam & Id WHERE Actief = True",

@@ -25,7 +25,7 @@ Lines Exported(const std::filesystem::path& file, const std::string& table)
     const auto out = folder.Native("export.txt");
     const std::string command = "mdb-export -b hex -0 '<null>' -Q -d '\x1f' -R '\x1e' -T '%Y-%m-%d %H:%M:%S' '" +
                                 file.string() + "' '" + table + "' >'" + out.string() + "' 2>/dev/null";
-    if (std::system(command.c_str()) != 0) return {};
+    if (std::system(command.c_str()) != 0 || !std::filesystem::exists(out)) return {};
     std::istringstream stream(test::ReadNative(out));
     Lines lines;
     for (std::string line; std::getline(stream, line, '\x1e');) {

@@ -150,7 +150,7 @@ TEST(NetworkNamesTest, DrivesAreLookedUpBehindLinks)
     std::filesystem::create_symlink(folder.Native("mnt"), folder.Native("link"));
     const std::string real = std::filesystem::canonical(folder.Native("mnt")).string();
     folder.Write("mounts", "21 1 8:1 / / rw - ext4 /dev/sda1 rw\n36 21 0:50 / " + real + " rw - cifs //s/t rw\n");
-    posix::PosixFiles files(posix::sharingPatience, posix::MountTable(folder.Native("mounts").string()));
+    posix::PosixFiles files(sharingPatience, posix::MountTable(folder.Native("mounts").string()));
     files.MapDrive(u'k', folder.Native("link/archief").string());
     EXPECT_EQ(files.NetworkName(u"K:"), u"\\\\s\\t\\archief");
     for (const TextView none : {u"Z:", u"Q:", u"K", u"K:\\", u"\\\\", u""})

@@ -26,7 +26,8 @@ TemporaryFolder::~TemporaryFolder()
 
 Text TemporaryFolder::Path() const
 {
-    return u"Z:" + Replaced(FromUtf8(native_.string()), u"/", u"\\");
+    const Text path = Replaced(FromUtf8(native_.string()), u"/", u"\\");
+    return native_.has_root_name() ? path : u"Z:" + path;
 }
 
 Text TemporaryFolder::Path(TextView name) const

@@ -24,7 +24,7 @@ public:
 
     const std::filesystem::path& Native() const { return native_; }
     std::filesystem::path Native(std::string_view name) const { return native_ / name; }
-    /// As path text on drive Z:, without "\" at the end.
+    /// As path text (elsewhere than on Windows on drive Z:), without "\" at the end.
     Text Path() const;
     Text Path(TextView name) const;
 

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <random>
-#include <thread>
 
 #include "platform/posix/SystemFailure.h"
 
@@ -116,20 +114,6 @@ bool TryLock(int descriptor, FileLock lock, bool exclusive)
 void Unlock(int descriptor, FileLock lock)
 {
     SetLock(descriptor, F_UNLCK, ByteOf(lock));
-}
-
-bool RetryFor(std::chrono::milliseconds patience, const std::function<bool()>& attempt)
-{
-    using Clock = std::chrono::steady_clock;
-    const auto end = Clock::now() + patience;
-    thread_local std::minstd_rand random{std::random_device{}()};
-    for (int longest = 1000;; longest = std::min(longest * 2, 25'000)) {
-        if (attempt()) return true;
-        const auto now = Clock::now();
-        if (now >= end) return false;
-        const auto pause = std::chrono::microseconds(std::uniform_int_distribution<int>(longest / 4, longest)(random));
-        std::this_thread::sleep_for(std::min<Clock::duration>(pause, end - now));
-    }
 }
 
 }  // namespace vmlib::posix

@@ -2,10 +2,8 @@
 
 #include <sys/types.h>
 
-#include <chrono>
-#include <functional>
-
 #include "platform/Files.h"
+#include "platform/Retry.h"
 
 // Locks on open files. They are open file description locks: each open of a file is an owner of its own, in one process
 // as between processes, closing another descriptor of the file takes none away, and the kernel drops them with the
@@ -53,13 +51,5 @@ bool HasLocks(int descriptor);
 
 bool TryLock(int descriptor, FileLock lock, bool exclusive);
 void Unlock(int descriptor, FileLock lock);
-
-/// Tries until it works or the time is over, with growing random pauses. At least one try.
-bool RetryFor(std::chrono::milliseconds patience, const std::function<bool()>& attempt);
-
-/// How long an open, a delete or a copy waits for others to let go of the file.
-inline constexpr std::chrono::milliseconds sharingPatience{300};
-/// How long a copy waits until nobody writes pages of its source.
-inline constexpr std::chrono::milliseconds copyPatience{5000};
 
 }  // namespace vmlib::posix

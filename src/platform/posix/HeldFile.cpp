@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "platform/WriteBacks.h"
 #include "platform/posix/PosixOpenFile.h"
 #include "platform/posix/SystemFailure.h"
 #include "platform/posix/UserList.h"
@@ -49,7 +50,7 @@ HeldFile FileHolder::HoldForChange(TextView path) const
 HeldFile FileHolder::HoldForCopy(TextView path) const
 {
     HeldFile held = Hold(path, Holder::Copier);
-    WriteBackBeforeCopy(IdentityOf(held.facts));
+    WriteBacks::CallFor(IdentityOf(held.facts));
     if (!RetryFor(copyPatience, [&] { return TryLock(held.descriptor.Number(), FileLock::Reading, false); }))
         throw FileError(FileFault::SharingViolation, path);
     return held;

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <random>
 
+#include "platform/NamePattern.h"
 #include "platform/posix/FileLocks.h"
 #include "platform/posix/HeldFile.h"
 #include "platform/posix/LocalTime.h"
@@ -50,28 +51,6 @@ void GivePermissionsOf(const NativePath& model, int descriptor)
 {
     const Descriptor opened(::open(model.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (opened) CopyOwnerAndPermissions(opened.Number(), descriptor);
-}
-
-/// Windows file name patterns: * any run, ? one character; "*.*" is everything, with or without a point.
-bool Matches(TextView name, TextView pattern)
-{
-    std::size_t n = 0, p = 0, starName = 0;
-    std::size_t star = TextView::npos;
-    while (n < name.size()) {
-        if (p < pattern.size() && pattern[p] == u'*') {
-            star = p++;
-            starName = n;
-        } else if (p < pattern.size() && (pattern[p] == u'?' || UpperCase(pattern[p]) == UpperCase(name[n]))) {
-            ++p;
-            ++n;
-        } else if (star != TextView::npos) {
-            p = star + 1;
-            n = ++starName;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of(u'*', p) == TextView::npos;
 }
 
 /// The file itself takes the name of another one of its volume, once its contents are on the disk.
@@ -272,7 +251,7 @@ std::vector<Text> PosixFiles::List(TextView folder, TextView pattern)
     while (const dirent* entry = ::readdir(directory.get())) {
         const Text name = FromUtf8(entry->d_name);
         if (name == u"." || name == u"..") continue;
-        if (pattern == u"*.*" || Matches(name, pattern)) names.push_back(name);
+        if (MatchesPattern(name, pattern)) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     return names;

@@ -8,26 +8,13 @@
 #include <map>
 #include <mutex>
 
+#include "platform/WriteBacks.h"
 #include "platform/posix/FileLocks.h"
 #include "platform/posix/SystemFailure.h"
 
 namespace vmlib::posix {
 
 namespace {
-
-/// Who wants to write back before a copy. The mutex stays locked during the calls, so that no file goes away under its
-/// own call.
-struct WriteBacks
-{
-    std::recursive_mutex mutex;
-    std::map<const OpenFile*, std::pair<FileIdentity, std::function<void()>>> byFile;
-
-    static WriteBacks& OfProcess()
-    {
-        static WriteBacks instance;
-        return instance;
-    }
-};
 
 /// Files that this process wrote and synced before it closed them, as they were then.
 class SyncedFiles
@@ -85,14 +72,6 @@ void SyncNativeFolder(const std::string& nativeFolder, TextView path)
     if (errno != EINVAL && errno != EROFS && errno != EBADF) throw SystemFailure(errno, path);
 }
 
-void WriteBackBeforeCopy(const FileIdentity& identity)
-{
-    auto& writeBacks = WriteBacks::OfProcess();
-    const std::lock_guard lock(writeBacks.mutex);
-    for (const auto& [file, entry] : writeBacks.byFile)
-        if (entry.first == identity) entry.second();
-}
-
 PosixOpenFile::PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn)
     : descriptor_(std::move(descriptor)), path_(std::move(path)), access_(access), newIn_(std::move(newIn))
 {
@@ -105,9 +84,7 @@ PosixOpenFile::~PosixOpenFile()
 {
     struct stat facts;
     if (written_ && !unsynced_ && ::fstat(descriptor_.Number(), &facts) == 0) SyncedFiles::OfProcess().Note(facts);
-    auto& writeBacks = WriteBacks::OfProcess();
-    const std::lock_guard lock(writeBacks.mutex);
-    writeBacks.byFile.erase(this);
+    WriteBacks::Set(*this, nullptr);
 }
 
 std::size_t PosixOpenFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> into)
@@ -186,12 +163,7 @@ void PosixOpenFile::Unlock(FileLock lock)
 
 void PosixOpenFile::OnCopy(std::function<void()> writeBack)
 {
-    auto& writeBacks = WriteBacks::OfProcess();
-    const std::lock_guard lock(writeBacks.mutex);
-    if (writeBack)
-        writeBacks.byFile[this] = {identity_, std::move(writeBack)};
-    else
-        writeBacks.byFile.erase(this);
+    WriteBacks::Set(*this, std::move(writeBack));
 }
 
 }  // namespace vmlib::posix

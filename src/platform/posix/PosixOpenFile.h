@@ -18,9 +18,6 @@ void SyncNativeFolder(const std::string& nativeFolder, TextView path);
 /// True when this process wrote the file last, and all of it was on the disk when it was closed.
 bool IsKnownSynced(const struct stat& facts);
 
-/// Calls what the open files of this process with that identity gave to OnCopy.
-void WriteBackBeforeCopy(const FileIdentity& identity);
-
 /// An open file whose sharing lock its descriptor already holds.
 class PosixOpenFile : public OpenFile
 {

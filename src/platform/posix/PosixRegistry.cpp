@@ -4,8 +4,8 @@
 #include <limits>
 #include <new>
 
+#include "platform/AnsiText.h"
 #include "platform/Files.h"
-#include "platform/posix/AnsiText.h"
 
 namespace vmlib::posix {
 

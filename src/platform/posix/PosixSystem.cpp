@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "platform/posix/AnsiText.h"
+#include "platform/AnsiText.h"
 #include "platform/posix/IniFile.h"
 #include "platform/posix/LocalTime.h"
 #include "platform/posix/RegistryPaths.h"

@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 
 #include "platform/posix/FileLocks.h"
@@ -14,14 +12,9 @@ namespace vmlib::posix {
 
 namespace {
 
-constexpr off_t mostUsers = 255;
-constexpr off_t userBytes = 0x10000001;
-constexpr off_t ownBytes = off_t{1} << 40;
+constexpr off_t mostUsers = mostListedUsers, userBytes = listedUserBytes, ownBytes = ownUserBytes;
 constexpr ByteRange gate{ownBytes + 256, 1};
 constexpr std::chrono::milliseconds gatePatience{2000};  // others hold it for a few system calls
-
-constexpr std::size_t nameSize = 32;
-using Entry = std::array<std::uint8_t, 2 * nameSize>;
 
 /// Empty when the list is there and cannot be opened so.
 Descriptor OpenList(const std::string& path, int flags)
@@ -32,28 +25,17 @@ Descriptor OpenList(const std::string& path, int flags)
 
 NativePath ListOf(const DriveMap& drives, TextView database)
 {
-    const Text path = drives.FullPath(database);
-    const TextView name = TextView(path).substr(path.find_last_of(u"\\/:") + 1);  // npos + 1 is the start
-    const TextView extension = name.substr(std::min(name.rfind(u'.'), name.size()));
-    return drives.Resolve(path.substr(0, path.size() - extension.size()) + u".ldb");
+    return drives.Resolve(UserListPath(drives.FullPath(database)));
+}
+
+off_t PlaceOf(off_t user)
+{
+    return user * static_cast<off_t>(std::tuple_size_v<UserRecord>);
 }
 
 bool IsThere(int list, off_t user)
 {
     return HeldByAnother(list, {userBytes + user, 1});
-}
-
-/// Names are cut at 31 bytes, so that each ends with a zero.
-void PutName(std::span<std::uint8_t> field, TextView name)
-{
-    const std::string bytes = ToAnsi(name.substr(0, nameSize - 1));
-    std::copy_n(bytes.begin(), std::min(bytes.size(), field.size() - 1), field.begin());
-}
-
-Text NameIn(std::span<const std::uint8_t> field)
-{
-    const std::string bytes(field.begin(), std::find(field.begin(), field.end(), 0));
-    return FromAnsi(bytes);
 }
 
 /// As Windows spells it: without the domain, in capitals.
@@ -92,14 +74,13 @@ Descriptor Enter(const std::string& path, TextView database)
     return list;
 }
 
-void TakePlace(int list, TextView database, const Entry& entry)
+void TakePlace(int list, TextView database, const UserRecord& record)
 {
     for (off_t user = 0; user < mostUsers; ++user) {
         // The mark comes first: a place without it is that of a program on Windows.
         if (!SetLock(list, F_WRLCK, {ownBytes + user, 1})) continue;
         if (SetLock(list, F_WRLCK, {userBytes + user, 1})) {
-            if (::pwrite(list, entry.data(), entry.size(), user * static_cast<off_t>(entry.size())) ==
-                static_cast<ssize_t>(entry.size()))
+            if (::pwrite(list, record.data(), record.size(), PlaceOf(user)) == static_cast<ssize_t>(record.size()))
                 return;
             throw FileError(FileFault::NotListed, database, "the .ldb cannot be written");
         }
@@ -115,10 +96,7 @@ std::unique_ptr<UserListPlace> UserListPlace::Take(const DriveMap& drives, TextV
     const std::string path = ListOf(drives, database).path;
     // From here on a failure leaves as the destructor does.
     std::unique_ptr<UserListPlace> place(new UserListPlace(Enter(path, database), path));
-    Entry entry{};
-    PutName(std::span(entry).first<nameSize>(), ComputerName());
-    PutName(std::span(entry).last<nameSize>(), user);
-    TakePlace(place->list_.Number(), database, entry);
+    TakePlace(place->list_.Number(), database, ToUserRecord({ComputerName(), Text(user)}));
     SetLock(place->list_.Number(), F_UNLCK, gate);
     return place;
 }
@@ -144,11 +122,9 @@ std::optional<DatabaseUser> FirstUser(const DriveMap& drives, TextView database)
     if (!list || !HasLocks(list.Number())) return std::nullopt;
     for (off_t user = 0; user < mostUsers; ++user) {
         if (!IsThere(list.Number(), user)) continue;
-        Entry entry{};
-        const ssize_t size =
-            ::pread(list.Number(), entry.data(), entry.size(), user * static_cast<off_t>(entry.size()));
-        if (size < static_cast<ssize_t>(entry.size())) return std::nullopt;
-        return DatabaseUser{NameIn(std::span(entry).first<nameSize>()), NameIn(std::span(entry).last<nameSize>())};
+        UserRecord record{};
+        const ssize_t size = ::pread(list.Number(), record.data(), record.size(), PlaceOf(user));
+        return size == static_cast<ssize_t>(record.size()) ? std::optional(FromUserRecord(record)) : std::nullopt;
     }
     return std::nullopt;
 }

@@ -3,23 +3,10 @@
 #include <memory>
 #include <optional>
 
-#include "platform/Files.h"
+#include "platform/UserRecord.h"
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/DriveMap.h"
 
-// The list of those who share a database: the file beside it of the same name with the extension ".ldb", which programs
-// on Windows that share the database through a file server keep, and this library with them. Who is on it holds locks
-// on bytes of it, most of which do not exist; servers pass such locks on to the system, in both directions.
-//
-//   contents                                    locks
-//   0    computer, 32 bytes of code page 1252,  0x10000001 + n  user n is there; the only one that this library
-//        zero filled                                            holds of those below 1 TiB
-//   32   user name, likewise                    0x10000000 up   the other locks of programs on Windows, on pages
-//   64   the next user, of at most 255                          and tables
-//                                               1 TiB + n       user n is a process with this library
-//                                               1 TiB + 256     for a moment: somebody joins or leaves
-//
-// The last one out deletes the file. A killed process leaves it, without locks: the next one uses it and deletes it.
 namespace vmlib::posix {
 
 /// A place on the list, for as long as this lives.
