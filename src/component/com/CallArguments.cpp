@@ -109,6 +109,15 @@ HRESULT CallArguments::PlaceNamed(UINT index, UINT positional, UINT* badArgument
     return S_OK;
 }
 
+/// The value that a parameter gets; null when it was left out. The new value of a property is always the last one.
+const Variant* CallArguments::ValueOf(std::size_t parameter) const
+{
+    const bool isNewValue = IsPut(kind_) && parameter + 1 == member_->parameters.size();
+    if (isNewValue) return values_.empty() ? nullptr : &values_.back();
+    const std::size_t others = IsPut(kind_) ? values_.size() - 1 : values_.size();
+    return parameter < others ? &values_[parameter] : nullptr;
+}
+
 HRESULT CallArguments::CheckCount() const
 {
     if (!member_) return S_OK;
@@ -117,9 +126,9 @@ HRESULT CallArguments::CheckCount() const
     const bool reaches = IsPut(kind_) || (member_->kind == InvokeKind::Get && parameters.empty());
     if (values_.size() > parameters.size()) return reaches ? S_OK : DISP_E_BADPARAMCOUNT;
     for (std::size_t i = 0; i < parameters.size(); ++i) {
-        const bool isGiven = i < values_.size();
-        if (parameters[i].optional || (isGiven && !values_[i].IsMissing())) continue;
-        return isGiven ? DISP_E_PARAMNOTOPTIONAL : DISP_E_BADPARAMCOUNT;
+        const Variant* const value = ValueOf(i);
+        if (parameters[i].optional || (value && !value->IsMissing())) continue;
+        return value ? DISP_E_PARAMNOTOPTIONAL : DISP_E_BADPARAMCOUNT;
     }
     return S_OK;
 }
@@ -127,15 +136,17 @@ HRESULT CallArguments::CheckCount() const
 HRESULT CallArguments::CheckTypes(UINT* badArgument) const
 {
     if (!member_ || values_.size() > member_->parameters.size()) return S_OK;
-    for (std::size_t i = 0; i < values_.size(); ++i) {
+    for (std::size_t i = 0; i < member_->parameters.size(); ++i) {
         const VarType type = member_->parameters[i].type;
         const bool isPlain = type != VarType::Variant && type != VarType::Object;
-        if (!isPlain || values_[i].IsMissing() || values_[i].IsObject()) continue;
+        const Variant* const value = ValueOf(i);
+        if (!isPlain || !value || value->IsMissing() || value->IsObject()) continue;
         try {
-            Coerce(values_[i], type);
+            Coerce(*value, type);
         } catch (const Error& error) {
             if (error.Is(ErrorNumber::InvalidUseOfNull)) throw;  // which has no result code of its own
-            return Blame(ResultOf(error), sources_[i].value_or(0), badArgument);
+            return Blame(ResultOf(error), sources_[static_cast<std::size_t>(value - values_.data())].value_or(0),
+                         badArgument);
         }
     }
     return S_OK;

@@ -28,6 +28,7 @@ public:
 private:
     HRESULT Place(UINT* badArgument);
     HRESULT PlaceNamed(UINT index, UINT firstPositional, UINT* badArgument);
+    const Variant* ValueOf(std::size_t parameter) const;
     HRESULT CheckCount() const;
     HRESULT CheckTypes(UINT* badArgument) const;
 
