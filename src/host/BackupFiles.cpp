@@ -45,6 +45,11 @@ std::optional<Date> MomentOf(TextView text)
     return moment;
 }
 
+Text Unfinished(const Text& path, int number)
+{
+    return path + Text(unfinishedCopyMark) + Decimal(number) + u".tmp";
+}
+
 }  // namespace
 
 bool SameBytes(Files& files, TextView left, TextView right)
@@ -61,10 +66,18 @@ bool SameBytes(Files& files, TextView left, TextView right)
     }
 }
 
+Text UnfinishedName(Files& files, const Text& path)
+{
+    for (int n = 0;; ++n) {
+        Text name = Unfinished(path, n);
+        if (!files.Facts(name)) return name;
+    }
+}
+
 Text MakeUnfinished(Files& files, const Text& path, TextView permissionsOf)
 {
     for (int n = 0;; ++n) {
-        const Text name = path + Text(unfinishedCopyMark) + Decimal(n) + u".tmp";
+        Text name = Unfinished(path, n);
         try {
             files.Open(name,
                        {FileAccess::ReadWrite, FileSharing::Exclusive, FileCreation::CreateNew, false, permissionsOf});
@@ -94,7 +107,7 @@ Text KeepAsBackup(Session& session, const Text& document)
     try {
         files.Copy(document, unfinished);
         for (int n = 1;; ++n) {
-            const Text name = n == 1 ? start : start + u"-" + Decimal(n);
+            Text name = n == 1 ? start : start + u"-" + Decimal(n);
             if (!TakeName(files, unfinished, name)) continue;
             files.SyncFolder(name);
             return name;

@@ -7,8 +7,12 @@ namespace vmlib::host {
 
 bool SameBytes(Files& files, TextView left, TextView right);
 
+/// A free name beside the path for what is not finished yet. It says so when a crash leaves it there, and has an
+/// extension: the engine would add one.
+Text UnfinishedName(Files& files, const Text& path);
+
 /// An empty file beside the path for what is not finished yet, with the permissions of another file ("": those of a new
-/// file). It has an extension: the engine would add one.
+/// file).
 Text MakeUnfinished(Files& files, const Text& path, TextView permissionsOf);
 
 /// Gives a finished copy its name; false when the name is taken.

@@ -1,6 +1,7 @@
 #include "host/ConvertBackup.h"
 
 #include "automation/ResumeNext.h"
+#include "core/ByteOrder.h"
 #include "host/BackupFiles.h"
 #include "host/Info.h"
 #include "host/StoredFile.h"
@@ -15,7 +16,7 @@ constexpr std::size_t pageSize = 2048;  // of the format that is converted
 /// True for a page of rows of that table, which the page itself names.
 bool IsPageOf(jet::PageNumber table, std::span<const std::uint8_t> page)
 {
-    const jet::PageNumber owner = page[4] | page[5] << 8 | page[6] << 16 | static_cast<jet::PageNumber>(page[7]) << 24;
+    const auto owner = LoadLittle<jet::PageNumber>(&page[4]);
     return page[0] == 1 && page[1] == 1 && owner == table;
 }
 
@@ -23,7 +24,7 @@ bool IsPageOf(jet::PageNumber table, std::span<const std::uint8_t> page)
 void CutCommits(std::vector<std::uint8_t>& header)
 {
     const auto at = header.begin() + static_cast<std::ptrdiff_t>(jet::commitWordsAt);
-    std::fill(at, at + 512, std::uint8_t{0});
+    std::fill_n(at, jet::CommitWords().size(), std::uint8_t{0});
 }
 
 /// True when all pages in which the files differ hold the record of the document.

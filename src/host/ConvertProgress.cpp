@@ -1,6 +1,7 @@
 #include "host/ConvertProgress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <ostream>
 
@@ -13,7 +14,7 @@ constexpr const char* toLineStart = "\r\x1B[K";
 
 std::string TimeText(double seconds)
 {
-    const auto whole = static_cast<long>(seconds + 0.5);
+    const auto whole = std::lround(seconds);
     if (whole < 60) return std::to_string(whole) + " s";
     if (whole < 3600) return std::to_string(whole / 60) + " min " + std::to_string(whole % 60) + " s";
     return std::to_string(whole / 3600) + " h " + std::to_string(whole % 3600 / 60) + " min";

@@ -1,6 +1,7 @@
 #include "host/ConvertReport.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace vmlib::host {
@@ -32,7 +33,7 @@ Json OrNull(const std::optional<Value>& value)
 
 double Rounded(double seconds)
 {
-    return static_cast<double>(static_cast<long long>(seconds * 1000 + 0.5)) / 1000;
+    return std::round(seconds * 1000) / 1000;
 }
 
 Json ToJson(const Loss& loss)

@@ -158,7 +158,7 @@ void PrintSave(Session& session, const std::string& copy, const SaveReport& save
 Text Target(Session& session, const RecoverArguments& arguments, const CopyReport& report)
 {
     if (!arguments.document.empty()) {
-        const Text target = session.platform.files.FullPath(session.DatabasePath(arguments.document));
+        Text target = session.platform.files.FullPath(session.DatabasePath(arguments.document));
         if (session.platform.files.Facts(target)) throw FileError(FileFault::Exists, target);
         return target;
     }

@@ -2,6 +2,7 @@
 
 #include "automation/Convert.h"
 #include "automation/ResumeNext.h"
+#include "host/BackupFiles.h"
 #include "host/CommandLine.h"
 #include "host/Json.h"
 
@@ -44,6 +45,7 @@ std::vector<Text> Losses(const ObjectRef& engine)
     std::vector<Text> losses;
     const ObjectRef errors = ToObject(Get(engine, u"Errors"));
     const std::int32_t count = ToLong(Get(errors, u"Count"));
+    losses.reserve(static_cast<std::size_t>(count));
     for (std::int32_t i = 0; i < count; ++i)
         losses.push_back(ToText(Get(ToObject(Get(errors, u"Item", i)), u"Description")));
     return losses;
@@ -82,17 +84,6 @@ std::uint64_t SizeOf(Session& session, const Text& path)
     return facts ? facts->size : 0;
 }
 
-/// A name beside the file that says what it is when it is left there by a crash.
-Text NameBeside(Files& files, const Text& path)
-{
-    for (int n = 0;; ++n) {
-        const Text number = Decimal(n);
-        const Text name =
-            path + Text(unfinishedCopyMark) + Text(4 - std::min<std::size_t>(4, number.size()), u'0') + number;
-        if (!files.Facts(name)) return name;
-    }
-}
-
 /// A file of a later format would come back as one of format 3, which its own programs may not want.
 void RequireWritableFormat(Session& session, const Text& path)
 {
@@ -106,7 +97,7 @@ void RequireWritableFormat(Session& session, const Text& path)
 void CompactInPlace(Session& session, const Text& path)
 {
     Files& files = session.platform.files;
-    const Text beside = NameBeside(files, path);
+    const Text beside = UnfinishedName(files, path);
     RequireWritableFormat(session, path);
     const ObjectRef engine = Engine(session);
     Call(engine, u"CompactDatabase", path, beside, u"", std::int32_t{0}, session.Connect());

@@ -82,7 +82,7 @@ Text MoveJournal(Files& files, const Text& document, const Text& kept)
     if (!files.Exists(journal)) return {};
     const Text start = kept.empty() ? document + Text(backupMark) + u"journal" : kept + Text(journalMark);
     for (int n = 1;; ++n) {
-        const Text name = n == 1 ? start : start + u"-" + Decimal(n);
+        Text name = n == 1 ? start : start + u"-" + Decimal(n);
         if (!TakeName(files, journal, name)) continue;
         files.SyncFolder(document);
         return name;

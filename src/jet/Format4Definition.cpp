@@ -40,7 +40,7 @@ namespace vmlib::jet::format4 {
 
 namespace {
 
-constexpr std::size_t pageHead = 8, nextPageAt = 4, rowCountAt = 16, autoNumberAt = 20, kindAt = 40, mapsEnd = 63;
+constexpr std::size_t pageHead = 8, nextPageAt = 4, rowCountAt = 16, autoNumberAt = 20, kindAt = 40;
 constexpr std::size_t greatestChain = 64;
 constexpr std::uint8_t decimalType = 16, decimalSize = 17, greatestScale = 28;
 constexpr std::uint8_t greatBinaryType = 17;  // of Access's own tables: up to 3,992 bytes in the row

@@ -102,7 +102,8 @@ double DecimalOf(const std::uint8_t* from, std::uint8_t scale)
 {
     long double value = 0;
     for (int i = 0; i < 4; ++i)  // words from the highest to the lowest
-        value = value * 4294967296.0L + static_cast<long double>(LoadLittle<std::uint32_t>(from + 1 + 4 * i));
+        value = value * 4294967296.0L +
+                static_cast<long double>(LoadLittle<std::uint32_t>(from + 1 + 4 * std::ptrdiff_t{i}));
     value /= std::pow(10.0L, static_cast<long double>(scale));
     return static_cast<double>(from[0] != 0 ? -value : value);
 }

@@ -252,7 +252,7 @@ private:
 
     static std::string Cell(std::size_t position, const std::string& empty)
     {
-        const std::string value = Of("v", static_cast<int>(position));
+        std::string value = Of("v", static_cast<int>(position));
         if (empty == "NULL") return value;
         return "CASE WHEN count(*) FILTER (WHERE x = " + std::to_string(position) + ") = 0 THEN " + empty + " ELSE " +
                value + " END";
