@@ -1,5 +1,5 @@
 // The engine's objects as late-bound callers use them, beside the same work done by mdb-export or by SQLite's C API on
-// tables of its own. Prints one JSON object a line. Usage: bench_engine VMLIB [runs, at least 5]
+// tables of its own. Prints one JSON object a line. Usage: bench_engine VMLIB [runs, at least 5] [part of a name]
 
 #include <algorithm>
 #include <cstdlib>
@@ -166,7 +166,8 @@ void Compare(const char* name, int runs, const Our& our, const Twin& twin)
     std::cout << Json(name, pair) << std::endl;
 }
 
-int Run(const std::string& vmlib, int runs)
+/// @param part  compares only what has this in its name, for a profiler
+int Run(const std::string& vmlib, int runs, const std::string& part)
 {
     std::string pattern = (fs::temp_directory_path() / "vmlib-bench-XXXXXX").string();
     if (!mkdtemp(pattern.data())) return 3;
@@ -178,19 +179,22 @@ int Run(const std::string& vmlib, int runs)
         SqliteTwin document(pattern);
         document.MakeDocument();
         Sqlite sqlite(document.DocumentPath());
+        const auto compare = [&](const std::string& name, const auto& our, const auto& twin) {
+            if (name.find(part) != std::string::npos) Compare(name.c_str(), runs, our, twin);
+        };
         const auto mdbExport = [&] { ours.MdbExport(); };
-        Compare(
-            "all values in a late-bound loop, beside mdb-export", runs, [&] { ours.Loop(); }, mdbExport);
-        Compare(
-            "all values by GetRows, beside mdb-export", runs, [&] { ours.GetRows(); }, mdbExport);
-        Compare(
-            "vmlib export, beside mdb-export", runs, [&] { ours.Export(); }, mdbExport);
-        Compare(
-            "500 joins opened, one row each", runs, [&] { ours.Prepare(); }, [&] { sqlite.Prepare(); });
-        Compare(
-            "join of 10000 rows on an index", runs, [&] { ours.Join(); }, [&] { sqlite.Join(); });
-        Compare(
-            "10000 rows added in a transaction", runs, [&] { ours.Add(); }, [&] { sqlite.Add(); });
+        compare(
+            "all values in a late-bound loop, beside mdb-export", [&] { ours.Loop(); }, mdbExport);
+        compare(
+            "all values by GetRows, beside mdb-export", [&] { ours.GetRows(); }, mdbExport);
+        compare(
+            "vmlib export, beside mdb-export", [&] { ours.Export(); }, mdbExport);
+        compare(
+            "500 joins opened, one row each", [&] { ours.Prepare(); }, [&] { sqlite.Prepare(); });
+        compare(
+            "join of 10000 rows on an index", [&] { ours.Join(); }, [&] { sqlite.Join(); });
+        compare(
+            "10000 rows added in a transaction", [&] { ours.Add(); }, [&] { sqlite.Add(); });
     }
     fs::remove_all(pattern);
     return 0;
@@ -203,8 +207,8 @@ int Run(const std::string& vmlib, int runs)
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        std::cerr << "usage: bench_engine VMLIB [runs]\n";
+        std::cerr << "usage: bench_engine VMLIB [runs] [part of a name]\n";
         return 2;
     }
-    return vmlib::bench::Run(argv[1], argc > 2 ? std::max(5, std::atoi(argv[2])) : 5);
+    return vmlib::bench::Run(argv[1], argc > 2 ? std::max(5, std::atoi(argv[2])) : 5, argc > 3 ? argv[3] : "");
 }

@@ -1,7 +1,9 @@
 #include "engine/TableAccess.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "engine/Values.h"
@@ -114,16 +116,23 @@ std::string AccessPlan::Encode() const
     return text;
 }
 
+// By hand: a join comes here for each row of its outer table.
 AccessPlan AccessPlan::Decode(const char* text)
 {
-    int kind = 0, lower = 0, upper = 0;
-    unsigned long long used = 0;
+    const char* const end = text + std::strlen(text);
+    const auto next = [&](int base) {
+        unsigned long long number = 0;
+        text = std::from_chars(text, end, number, base).ptr;
+        if (text != end) ++text;
+        return number;
+    };
     AccessPlan plan;
-    std::sscanf(text, "%d %zu %zu %d %d %llx", &kind, &plan.tree, &plan.equalColumns, &lower, &upper, &used);
-    plan.kind = static_cast<Kind>(kind);
-    plan.hasLower = lower != 0;
-    plan.hasUpper = upper != 0;
-    plan.usedColumns = used;
+    plan.kind = static_cast<Kind>(next(10));
+    plan.tree = static_cast<std::size_t>(next(10));
+    plan.equalColumns = static_cast<std::size_t>(next(10));
+    plan.hasLower = next(10) != 0;
+    plan.hasUpper = next(10) != 0;
+    plan.usedColumns = next(16);
     return plan;
 }
 

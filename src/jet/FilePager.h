@@ -126,6 +126,8 @@ private:
     void WaitForWriter();
     void Reload();
     void LockForOverwriting();
+    bool LockForReading();
+    void UnlockReading() noexcept;
     void SettleReadingLock() noexcept;
 
     PageNumber nextInRow_ = noPage;  // behind the pages that were read last: who asks for it reads in order
@@ -148,6 +150,7 @@ private:
     std::uint64_t preparedSize_ = 0;
     std::size_t readDepth_ = 0;
     bool writingHeld_ = false;  // FileLock::Writing
+    bool readingHeld_ = false;  // FileLock::Reading, shared or not
     bool overwriting_ = false;  // pages of the unit may stand in the file
     bool prepared_ = false;     // all of them do, and are on the disk
     bool settleWanted_ = false;

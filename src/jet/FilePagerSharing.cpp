@@ -11,10 +11,11 @@ namespace vmlib::jet {
 void FilePager::BeginRead()
 {
     RequireSound();
-    if (options_.shared && readDepth_ == 0 && !overwriting_) {
-        if (!file_.Lock(FileLock::Reading, false, options_.readerWait)) throw Error(ErrorNumber::CouldNotRead);
+    // Who holds the writing lock needs no other one to read: nobody else can write pages meanwhile.
+    if (options_.shared && readDepth_ == 0 && !writingHeld_) {
+        if (!LockForReading()) throw Error(ErrorNumber::CouldNotRead);
         try {
-            if (!writingHeld_) Refresh();
+            Refresh();
         } catch (...) {
             SettleReadingLock();
             throw;
@@ -75,9 +76,9 @@ void FilePager::WaitForWriter()
     const Text path = file_.Port().Path();
     for (int waited = 0;; waited += 50) {
         if (!writingHeld_) {
-            file_.Unlock(FileLock::Reading);
+            UnlockReading();
             SettleJournal(files_, path);
-            if (!file_.Lock(FileLock::Reading, false, options_.readerWait)) throw Error(ErrorNumber::CouldNotRead);
+            if (!LockForReading()) throw Error(ErrorNumber::CouldNotRead);
         }
         if (CommitWordOf(file_.ReadCommitWords()) != writingWord) return;
         if (waited >= options_.lockWait) throw Error(ErrorNumber::DamagedDatabase);
@@ -104,18 +105,32 @@ void FilePager::LockForOverwriting()
 {
     if (!options_.shared) return;
     if (!file_.Lock(FileLock::Reading, true, options_.readerWait)) throw Error(ErrorNumber::CouldNotSaveLocked);
+    readingHeld_ = true;
 }
 
-// The reading lock is held, shared, as long as somebody reads.
+bool FilePager::LockForReading()
+{
+    if (!file_.Lock(FileLock::Reading, false, options_.readerWait)) return false;
+    readingHeld_ = true;
+    return true;
+}
+
+void FilePager::UnlockReading() noexcept
+{
+    if (readingHeld_) file_.Unlock(FileLock::Reading);
+    readingHeld_ = false;
+}
+
+// The reading lock is held, shared, as long as somebody reads; who began while the writing lock was held gets it now.
 void FilePager::SettleReadingLock() noexcept
 {
     if (!options_.shared) return;
     if (readDepth_ == 0) {
-        file_.Unlock(FileLock::Reading);
+        UnlockReading();
         return;
     }
     try {
-        file_.Lock(FileLock::Reading, false, options_.readerWait);
+        if (!LockForReading()) failed_ = true;
     } catch (...) {
         failed_ = true;  // what is read from now on could be torn
     }

@@ -31,8 +31,9 @@ public:
     virtual ~Batch() = default;
 
     /// Makes a folder in the temporary folder, which only this user may enter, and uses it as this process's temporary
-    /// folder from now on; a second one is made beside the first. Returns its path with a trailing "\"; no value when
-    /// it cannot be made.
+    /// folder from now on; a second one is made beside the first. Files in it need not outlive a power cut: Sync may do
+    /// nothing for them, and what Rename or Replace takes elsewhere is synced then. Returns its path with a trailing
+    /// "\"; no value when it cannot be made.
     virtual std::optional<Text> EnterOwnFolder(TextView prefix) = 0;
     /// Removes an empty folder; one that is not empty stays.
     virtual void RemoveFolder(TextView path) = 0;

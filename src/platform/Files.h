@@ -129,6 +129,14 @@ public:
     virtual bool Lock(FileLock lock, bool exclusive, int milliseconds) = 0;
     virtual void Unlock(FileLock lock) = 0;
 
+    /// An exclusive lock on one page of a database, for as long as a user edits a row of it. As the other locks it goes
+    /// with a killed process. Waits at most `milliseconds`; false when another opener has it. A platform without
+    /// such locks gives them all.
+    virtual bool LockPage(std::uint32_t /*page*/, int /*milliseconds*/) { return true; }
+    virtual void UnlockPage(std::uint32_t /*page*/) {}
+    /// True when another opener has the page locked.
+    virtual bool IsPageLocked(std::uint32_t /*page*/) { return false; }
+
     /// `writeBack` is called before this process copies the file by name, so that pages kept in memory are included. It
     /// may use this file, but neither opens nor closes any.
     virtual void OnCopy(std::function<void()> writeBack) = 0;

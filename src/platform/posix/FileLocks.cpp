@@ -104,6 +104,12 @@ bool HasLocks(int descriptor)
     return HeldByAnother(descriptor, all);
 }
 
+ByteRange ByteOfPage(std::uint32_t page)
+{
+    constexpr off_t firstPage = base + (off_t{8} << 30);
+    return {firstPage + static_cast<off_t>(page), 1};
+}
+
 bool TryLock(int descriptor, FileLock lock, bool exclusive)
 {
     const ByteRange byte = ByteOf(lock);

@@ -15,6 +15,7 @@
 //   1 TiB + 2            those who have it exclusively for reading
 //   1 TiB + 16           FileLock::Reading: read lock of readers, write lock of him who writes pages
 //   1 TiB + 17           FileLock::Writing
+//   1 TiB + 8 GiB + n    write lock of him who edits a row of page n
 //
 // Documents end far below, and what does not exist can be locked. An opener first announces itself with a read lock on
 // its byte, then looks whether anybody holds a byte that conflicts, and withdraws if so. Of two that come at the same
@@ -48,6 +49,9 @@ bool HeldByAnother(int descriptor, ByteRange range);
 
 /// True when anybody else holds any lock on any byte of the file.
 bool HasLocks(int descriptor);
+
+/// The byte that stands for a page of a database.
+ByteRange ByteOfPage(std::uint32_t page);
 
 bool TryLock(int descriptor, FileLock lock, bool exclusive);
 void Unlock(int descriptor, FileLock lock);

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/posix/Descriptor.h"
+#include "platform/posix/ScratchFolder.h"
 #include "platform/posix/SystemFailure.h"
 
 namespace vmlib::posix {
@@ -200,9 +201,10 @@ std::optional<Text> PosixBatch::EnterOwnFolder(TextView prefix)
     std::string name = temporaryFolder_ + "/" + ToUtf8(prefix) + "XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) return std::nullopt;
     try {
-        const Text folder = files_.FromNative(name) + u'\\';
+        const Text folder = files_.FromNative(name);
         ::setenv("TMPDIR", name.c_str(), 1);
-        return folder;
+        SetScratchFolder(files_.ToNative(folder));
+        return folder + u'\\';
     } catch (const FileError&) {
         ::rmdir(name.c_str());
         return std::nullopt;

@@ -13,6 +13,7 @@
 #include "platform/posix/HeldFile.h"
 #include "platform/posix/LocalTime.h"
 #include "platform/posix/PosixOpenFile.h"
+#include "platform/posix/ScratchFolder.h"
 #include "platform/posix/SystemFailure.h"
 #include "platform/posix/UnfinishedCopy.h"
 #include "platform/posix/UserList.h"
@@ -121,7 +122,8 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     const bool readsOnly = request.access == FileAccess::Read && request.sharing == FileSharing::Shared;
     if (!creates && !readsOnly && HasWindowsUsers(drives_, path)) return nullptr;
     auto file = std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
-                                                creates && !request.temporary ? native.Folder() : std::string());
+                                                creates && !request.temporary ? native.Folder() : std::string(),
+                                                IsScratch(native.path));
     if (!request.listedAs.empty()) file->Keep(UserListPlace::Take(drives_, path, request.listedAs));
     return file;
 }
@@ -147,6 +149,9 @@ void PosixFiles::Rename(TextView from, TextView to)
     if (::stat(source.path.c_str(), &facts) != 0) throw SystemFailure(errno, from);
     std::optional<HeldFile> held;
     if (S_ISREG(facts.st_mode)) held = holder_.Hold(from, Holder::ExclusiveWrite);
+    const bool isScratch = IsScratch(wanted.path);
+    if (held && IsScratch(source.path) && !isScratch && ::fsync(held->descriptor.Number()) != 0)
+        throw SystemFailure(errno, from);
     try {
         if (!RenameToFreeName(source.path, wanted.path, from)) throw FileError(FileFault::Exists, to);
     } catch (const FileError& error) {
@@ -156,6 +161,7 @@ void PosixFiles::Rename(TextView from, TextView to)
         if (!UnfinishedCopy(*held, wanted, nullptr, to).TakeFreeName()) throw FileError(FileFault::Exists, to);
         if (::unlink(source.path.c_str()) != 0) throw SystemFailure(errno, from);
     }
+    if (isScratch) return;
     SyncNativeFolder(wanted.Folder(), to);
     if (source.Folder() != wanted.Folder()) SyncNativeFolder(source.Folder(), from);
 }

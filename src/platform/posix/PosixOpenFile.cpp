@@ -72,8 +72,12 @@ void SyncNativeFolder(const std::string& nativeFolder, TextView path)
     if (errno != EINVAL && errno != EROFS && errno != EBADF) throw SystemFailure(errno, path);
 }
 
-PosixOpenFile::PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn)
-    : descriptor_(std::move(descriptor)), path_(std::move(path)), access_(access), newIn_(std::move(newIn))
+PosixOpenFile::PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn, bool isScratch)
+    : descriptor_(std::move(descriptor)),
+      path_(std::move(path)),
+      access_(access),
+      newIn_(std::move(newIn)),
+      isScratch_(isScratch)
 {
     struct stat facts;
     if (::fstat(descriptor_.Number(), &facts) != 0) throw SystemFailure(errno, path_);
@@ -140,6 +144,7 @@ void PosixOpenFile::Resize(std::uint64_t size)
 void PosixOpenFile::Sync()
 {
     if (syncFailed_) throw FileError(FileFault::Io, path_, "an earlier write did not reach the disk");
+    if (isScratch_) return;  // and it stays unsynced: who gives it a name elsewhere must know
     if (::fdatasync(descriptor_.Number()) != 0 && errno != EINVAL) {
         syncFailed_ = true;
         throw SystemFailure(errno, path_);
@@ -159,6 +164,22 @@ bool PosixOpenFile::Lock(FileLock lock, bool exclusive, int milliseconds)
 void PosixOpenFile::Unlock(FileLock lock)
 {
     posix::Unlock(descriptor_.Number(), lock);
+}
+
+bool PosixOpenFile::LockPage(std::uint32_t page, int milliseconds)
+{
+    return RetryFor(std::chrono::milliseconds(milliseconds),
+                    [&] { return SetLock(descriptor_.Number(), F_WRLCK, ByteOfPage(page)); });
+}
+
+void PosixOpenFile::UnlockPage(std::uint32_t page)
+{
+    SetLock(descriptor_.Number(), F_UNLCK, ByteOfPage(page));
+}
+
+bool PosixOpenFile::IsPageLocked(std::uint32_t page)
+{
+    return HeldByAnother(descriptor_.Number(), ByteOfPage(page));
 }
 
 void PosixOpenFile::OnCopy(std::function<void()> writeBack)

@@ -22,8 +22,9 @@ bool IsKnownSynced(const struct stat& facts);
 class PosixOpenFile : public OpenFile
 {
 public:
-    /// @param newIn  the native folder when this opener made the file: the first Sync puts its name on the disk too
-    PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn);
+    /// @param newIn      the native folder when this opener made the file: the first Sync puts its name on the disk too
+    /// @param isScratch  Sync leaves it to the system when the bytes go to the disk (ScratchFolder.h)
+    PosixOpenFile(Descriptor descriptor, Text path, FileAccess access, std::string newIn, bool isScratch = false);
     ~PosixOpenFile() override;
 
     std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
@@ -35,6 +36,9 @@ public:
     const Text& Path() const override { return path_; }
     bool Lock(FileLock lock, bool exclusive, int milliseconds) override;
     void Unlock(FileLock lock) override;
+    bool LockPage(std::uint32_t page, int milliseconds) override;
+    void UnlockPage(std::uint32_t page) override;
+    bool IsPageLocked(std::uint32_t page) override;
     void OnCopy(std::function<void()> writeBack) override;
 
     /// On the list of the file's users for as long as this is open.
@@ -49,6 +53,7 @@ private:
     std::string newIn_;
     std::unique_ptr<UserListPlace> place_;
     FileIdentity identity_;
+    bool isScratch_;
     bool written_ = false, unsynced_ = false, syncFailed_ = false;
 };
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/posix/PosixOpenFile.h"
+#include "platform/posix/ScratchFolder.h"
 #include "platform/posix/SystemFailure.h"
 
 namespace vmlib::posix {
@@ -70,7 +71,7 @@ UnfinishedCopy::UnfinishedCopy(const HeldFile& source, const NativePath& target,
         Create(replaced ? 0600 : permissions.value_or(source.facts.st_mode & 0777));
         CopyBytes(source.descriptor.Number());
         if (replaced) CopyOwnerAndPermissions(replaced->descriptor.Number(), descriptor_.Number());
-        if (::fsync(descriptor_.Number()) != 0) throw SystemFailure(errno, path_);
+        if (!IsScratch(target_.path) && ::fsync(descriptor_.Number()) != 0) throw SystemFailure(errno, path_);
     } catch (...) {
         if (!temporary_.empty()) ::unlink(temporary_.c_str());
         throw;
@@ -120,7 +121,7 @@ bool UnfinishedCopy::TakeFreeName()
 {
     if (!RenameToFreeName(temporary_, target_.path, path_)) return false;
     temporary_.clear();
-    SyncNativeFolder(target_.Folder(), path_);
+    if (!IsScratch(target_.path)) SyncNativeFolder(target_.Folder(), path_);
     return true;
 }
 

@@ -6,7 +6,8 @@
 
 namespace vmlib::posix {
 
-/// A complete, synced copy of a file beside the name that it will take. Unless it takes that name it is deleted again.
+/// A complete copy of a file, synced unless it is in a scratch folder, beside the name that it will take. Unless it takes
+/// that name it is deleted again.
 class UnfinishedCopy
 {
 public:
