@@ -58,7 +58,7 @@ void CollectionObject::Append(const ObjectRef&)
 void CollectionObject::Delete(const Variant& name)
 {
     const auto position = PositionOf(ToText(name));
-    if (!position) throw Error(ErrorNumber::NotInCollection);
+    if (!position) throw Error(Missing());
     DeleteAt(*position);
 }
 
@@ -82,11 +82,11 @@ std::size_t CollectionObject::Position(const Variant& index)
 {
     if (index.IsText()) {
         const auto position = PositionOf(index.As<Text>());
-        if (!position) throw Error(ErrorNumber::NotInCollection);
+        if (!position) throw Error(Missing());
         return *position;
     }
     const std::int32_t position = ToLong(index);
-    if (position < 0 || static_cast<std::size_t>(position) >= Size()) throw Error(ErrorNumber::NotInCollection);
+    if (position < 0 || static_cast<std::size_t>(position) >= Size()) throw Error(Missing());
     return static_cast<std::size_t>(position);
 }
 

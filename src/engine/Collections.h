@@ -37,6 +37,8 @@ protected:
     virtual ObjectRef At(std::size_t position) = 0;
     virtual Text NameAt(std::size_t position) = 0;
     virtual void DeleteAt(std::size_t position);
+    /// The error of an item that is not there.
+    virtual ErrorNumber Missing() const { return ErrorNumber::NotInCollection; }
     std::optional<std::size_t> PositionOf(TextView name);
 
 private:

@@ -33,6 +33,7 @@ public:
     {
         RecordsetType type = RecordsetType::Dynaset;
         bool readOnly = false;
+        bool pessimistic = true;  // Edit locks the page of the row until Update
         Text table;               // table type: its name
         std::vector<Text> reads;  // the tables that the rows come from
     };
@@ -83,9 +84,16 @@ public:
     /// The design of the stored column that an output column shows; null for a computed one.
     const jet::ColumnDefinition* DesignOf(std::size_t column);
 
-    // Changes. @throws Error 3251, 3027, and what the row's rules raise
+    // Changes. @throws Error 3251, 3027, 3188 for a row that another session edits, and what the row's rules raise
     bool IsUpdatable();
     EditMode Mode() const;
+    bool LocksEdits() const { return opening_.pessimistic; }
+    /// @throws Error 3219 during an edit
+    void SetLocksEdits(bool locks);
+    /// A rollback of the workspace ended the edit: its buffer and its locks go.
+    void EndRolledBackEdit();
+    /// @throws Error as Update does, when the value of a column breaks the rule of its field
+    void CheckRule(std::size_t column, const Variant& value);
     /// Tells one Edit or AddNew from another. @throws Error 3020
     std::uint64_t EditNumber();
     void Edit();
@@ -116,6 +124,7 @@ private:
         std::vector<std::vector<std::optional<jet::Value>>> changes;  // per base table and column: what was assigned
         std::vector<std::optional<jet::Row>> before;                  // per base table: the row as Edit found it
         jet::Row added;                                               // AddNew: the new row with its defaults
+        std::vector<jet::Database::PageLock> locks;                   // of the rows' pages
     };
 
     void RequireRow();

@@ -57,16 +57,32 @@ void Cursor::Edit()
     RequireChangeable();
     RequireRow();
     const auto& tables = Shape().tables;
+    DropBuffer();
     std::vector<std::optional<jet::Row>> rows(tables.size());
+    std::vector<jet::Database::PageLock> locks;
     for (std::size_t table = 0; table < tables.size(); ++table) {
         const auto pointer = source_->Pointer(table);
         if (!pointer) continue;
+        if (opening_.pessimistic) locks.push_back(tables[table].database->LockPage(pointer->page));
         const jet::ReadScope reading(tables[table].database->GetPager());
         if (!tables[table].table->Fetch(*pointer, rows[table].emplace())) throw Error(ErrorNumber::RecordDeleted);
     }
     source_->Refetch();
     Start(EditMode::InProgress);
     buffer_.before = std::move(rows);
+    buffer_.locks = std::move(locks);
+}
+
+void Cursor::SetLocksEdits(bool locks)
+{
+    Source();
+    if (Mode() != EditMode::None) throw Error(ErrorNumber::InvalidOperation);
+    opening_.pessimistic = locks;
+}
+
+void Cursor::EndRolledBackEdit()
+{
+    if (buffer_.mode != EditMode::None && Mode() == EditMode::None) DropBuffer();
 }
 
 std::unique_ptr<RowRules> Cursor::RulesOf(std::size_t table)
@@ -106,6 +122,15 @@ void Cursor::Write(std::size_t column, const Variant& value)
         throw Error(ErrorNumber::ZeroLengthText,
                     {Shape().tables[origin.table].table->Definition().name + u"." + definition->name});
     buffer_.changes[origin.table][origin.column] = std::move(converted);
+}
+
+void Cursor::CheckRule(std::size_t column, const Variant& value)
+{
+    const jet::ColumnDefinition* definition = ColumnOf(column);
+    if (!definition) return;
+    const auto& origin = *Shape().origins[column];
+    const QueryEngine::Scope scope(database_->Queries());
+    RulesOf(origin.table)->CheckValue(origin.column, FitToColumn(value, *definition, Fit::Assign));
 }
 
 void Cursor::Update()

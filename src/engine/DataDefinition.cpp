@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "engine/Queries.h"
+#include "engine/RowRules.h"
 #include "engine/StatementRunner.h"
 #include "engine/Values.h"
 #include "jet/Names.h"
@@ -195,6 +196,7 @@ private:
             for (const auto& column : tree.columns)
                 if (position && column.column == opened->Definition().columns[*position].number)
                     throw Error(ErrorNumber::FieldInIndex);
+        RowRules::RequireRuleWithout(database_.Queries(), opened->Definition(), name);
         storage_.DropColumn(table, name);
     }
 

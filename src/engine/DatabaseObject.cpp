@@ -1,6 +1,7 @@
 #include "engine/DatabaseObject.h"
 
 #include "automation/Convert.h"
+#include "engine/ContainerObject.h"
 #include "engine/PropertyObject.h"
 #include "engine/Queries.h"
 #include "engine/RecordsetOpening.h"
@@ -43,6 +44,7 @@ const MemberTable& DatabaseObject::Members()
             .Property<&DatabaseObject::TheQueryDefs>(u"QueryDefs", {u"Item"})
             .Property<&DatabaseObject::TheRelations>(u"Relations", {u"Item"})
             .Property<&DatabaseObject::TheRecordsets>(u"Recordsets", {u"Item"})
+            .Property<&DatabaseObject::TheContainers>(u"Containers", {u"Item"})
             .Method<&DatabaseObject::OpenRecordset>(u"OpenRecordset", {u"Name", u"Type", u"Options", u"LockEdit"})
             .Method<&DatabaseObject::Execute>(u"Execute", {u"Query", u"Options"})
             .Method<&DatabaseObject::CreateTableDef>(u"CreateTableDef",
@@ -99,9 +101,17 @@ Variant DatabaseObject::TheRecordsets(const Optional& index)
     return CollectionOrItem(std::make_shared<Recordsets>(TheSession(), database_), index);
 }
 
+Variant DatabaseObject::TheContainers(const Optional& index)
+{
+    database_->Storage();
+    return CollectionOrItem(std::make_shared<Containers>(database_), index);
+}
+
 ObjectRef DatabaseObject::OpenRecordset(const Text& name, Optional type, Optional options, Optional lockEdit)
 {
-    return OpenByName(database_, name, type, WithLockEdit(options, lockEdit), {});
+    auto records = OpenByName(database_, name, type, WithLockEdit(options, lockEdit), {});
+    ApplyLockEdit(*records, lockEdit);
+    return records;
 }
 
 void DatabaseObject::Execute(const Text& query, Optional options)

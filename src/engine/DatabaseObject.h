@@ -45,6 +45,8 @@ public:
     Variant TheQueryDefs(const Optional& index);
     Variant TheRelations(const Optional& index);
     Variant TheRecordsets(const Optional& index);
+    /// The catalogue as it is now.
+    Variant TheContainers(const Optional& index);
 
     ObjectRef OpenRecordset(const Text& name, Optional type, Optional options, Optional lockEdit);
     void Execute(const Text& query, Optional options);

@@ -31,7 +31,11 @@ public:
     Variant Properties(const Optional& index);
 
 private:
-    WorkspaceObject& First() { return *workspaces_->Items().front(); }
+    WorkspaceObject& First()
+    {
+        workspaces_->RemoveClosed();
+        return *workspaces_->Items().front();
+    }
 
     std::shared_ptr<Workspaces> workspaces_;
 };

@@ -2,13 +2,13 @@
 
 #include "automation/Convert.h"
 #include "engine/Queries.h"
+#include "engine/RowRules.h"
 #include "engine/StatementRunner.h"
 
 namespace vmlib::engine {
 namespace {
 
 constexpr std::uint16_t greatestTextSize = 255;
-constexpr std::uint8_t textProperty = 10, memoProperty = 12;
 
 /// Names have 1 to 64 characters, no leading blank, no control characters and none of . ! [ ] or backquote.
 void CheckName(TextView name)
@@ -71,6 +71,16 @@ void DesignField::SetName(const Text& name)
     CheckName(name);
     if (table_ && table_->isStored) {
         table_->RequireChangeable();
+        // A rule would go on naming the field as it was, and every later write would fail.
+        jet::TableDefinition changed = table_->Open()->Definition();
+        if (const auto position = changed.ColumnNamed(column_.name)) {
+            jet::ColumnDefinition& column = changed.columns[*position];
+            column.name = name;
+            QueryEngine& engine = table_->database->Queries();
+            RowRules::RequireTableRule(engine, changed.properties.String(u"ValidationRule").value_or(Text()), changed);
+            RowRules::RequireFieldRule(engine, column.properties.String(u"ValidationRule").value_or(Text()), changed,
+                                       column);
+        }
         table_->database->Storage().RenameColumn(table_->name, column_.name, name);
     }
     column_.name = name;
@@ -101,8 +111,12 @@ std::int32_t DesignField::Attributes()
 
 void DesignField::SetAttributes(std::int32_t attributes)
 {
-    RequireFree();
     attributes_ = attributes;
+    if (!table_) return;
+    // Bits that a column cannot have are ignored, as when it is made; what it has follows from type and size. Only
+    // whether it counts would be another column.
+    const bool counts = (attributes & autoIncrementField) != 0 && column_.type == jet::ColumnType::Long;
+    if (counts != Current().autoNumber) throw Error(ErrorNumber::PropertyFixed);
 }
 
 std::int16_t DesignField::OrdinalPosition()
@@ -113,7 +127,13 @@ std::int16_t DesignField::OrdinalPosition()
 
 void DesignField::SetOrdinalPosition(std::int16_t position)
 {
-    RequireFree();
+    if (position < 0) throw Error(ErrorNumber::InvalidArgument);
+    const auto place = static_cast<std::uint16_t>(position);
+    if (IsStored()) {
+        table_->RequireChangeable();
+        table_->database->Storage().SetFieldPosition(table_->name, column_.name, place);
+    }
+    if (table_) column_.ordinalPosition = place;
     position_ = position;
 }
 
@@ -168,7 +188,9 @@ Variant DesignField::DefaultValue()
 
 void DesignField::SetDefaultValue(const Variant& value)
 {
-    SetStringProperty(u"DefaultValue", value.IsNull() || value.IsEmpty() ? Text() : ToText(value), memoProperty);
+    const Text text = value.IsNull() || value.IsEmpty() ? Text() : ToText(value);
+    if (IsStored()) RowRules::RequireDefault(table_->database->Queries(), text);
+    SetStringProperty(u"DefaultValue", text, memoProperty);
 }
 
 Text DesignField::ValidationRule()
@@ -178,6 +200,8 @@ Text DesignField::ValidationRule()
 
 void DesignField::SetValidationRule(const Text& rule)
 {
+    if (IsStored())
+        RowRules::RequireFieldRule(table_->database->Queries(), rule, table_->Open()->Definition(), Current());
     SetStringProperty(u"ValidationRule", rule, memoProperty);
 }
 
@@ -189,6 +213,33 @@ Text DesignField::ValidationText()
 void DesignField::SetValidationText(const Text& text)
 {
     SetStringProperty(u"ValidationText", text, textProperty);
+}
+
+bool DesignField::ValidateOnSet()
+{
+    return Current().properties.Boolean(u"ValidateOnSet").value_or(false);
+}
+
+void DesignField::SetValidateOnSet(bool validate)
+{
+    Change([&](jet::PropertyList& properties) {
+        if (validate)
+            properties.SetBoolean(u"ValidateOnSet", true);
+        else
+            properties.Remove(u"ValidateOnSet");
+    });
+}
+
+std::int16_t DesignField::CollectionIndex()
+{
+    if (!IsStored()) return FieldObject::CollectionIndex();
+    return static_cast<std::int16_t>(table_->Open()->Definition().ColumnNamed(column_.name).value_or(0));
+}
+
+void DesignField::CheckExpressions(QueryEngine& engine, const jet::TableDefinition& table) const
+{
+    RowRules::RequireFieldRule(engine, column_.properties.String(u"ValidationRule").value_or(Text()), table, column_);
+    RowRules::RequireDefault(engine, column_.properties.String(u"DefaultValue").value_or(Text()));
 }
 
 Text DesignField::SourceTable()

@@ -13,6 +13,7 @@ struct TableDesign
     Text name;
     std::uint32_t attributes = 0;
     bool isStored = false;
+    jet::PropertyList properties{};  // until it is stored
 
     /// The stored table as it is now. @throws Error 3420 when the database is closed, 3265 when the table is gone
     std::shared_ptr<jet::Table> Open() const;
@@ -20,6 +21,9 @@ struct TableDesign
     void RequireChangeable() const;
 };
 using TableDesignRef = std::shared_ptr<TableDesign>;
+
+/// Types of the properties that keep texts.
+inline constexpr std::uint8_t textProperty = 10, memoProperty = 12;
 
 /// A field of a table: free until it is appended, then bound to the stored column.
 class DesignField : public FieldObject
@@ -49,6 +53,9 @@ public:
     void SetValidationRule(const Text& rule) override;
     Text ValidationText() override;
     void SetValidationText(const Text& text) override;
+    bool ValidateOnSet() override;
+    void SetValidateOnSet(bool validate) override;
+    std::int16_t CollectionIndex() override;
     Text SourceTable() override;
     Text SourceField() override { return Name(); }
     std::int32_t CollatingOrder() override;
@@ -59,6 +66,8 @@ public:
     void Bind(TableDesignRef table, std::size_t position);
     bool IsBound() const { return table_ != nullptr; }
     const jet::ColumnDefinition& Column() const { return column_; }
+    /// @throws Error 3320 when its rule or its default value is no expression for this table
+    void CheckExpressions(QueryEngine& engine, const jet::TableDefinition& table) const;
     void Unbind() { table_ = nullptr; }
 
 private:
@@ -66,6 +75,7 @@ private:
     const jet::ColumnDefinition& Current();
     void Change(const std::function<void(jet::PropertyList&)>& change);
     void RequireFree() const;
+    bool IsStored() const { return table_ && table_->isStored; }
     Text StringProperty(TextView name);
     void SetStringProperty(TextView name, TextView value, std::uint8_t type);
 

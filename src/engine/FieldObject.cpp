@@ -32,6 +32,8 @@ const MemberTable& FieldObject::Members()
             .Property<&FieldObject::DefaultValue, &FieldObject::SetDefaultValue>(u"DefaultValue")
             .Property<&FieldObject::ValidationRule, &FieldObject::SetValidationRule>(u"ValidationRule")
             .Property<&FieldObject::ValidationText, &FieldObject::SetValidationText>(u"ValidationText")
+            .Property<&FieldObject::ValidateOnSet, &FieldObject::SetValidateOnSet>(u"ValidateOnSet")
+            .Property<&FieldObject::CollectionIndex>(u"CollectionIndex")
             .Property<&FieldObject::SourceTable>(u"SourceTable")
             .Property<&FieldObject::SourceField>(u"SourceField")
             .Property<&FieldObject::ForeignName, &FieldObject::SetForeignName>(u"ForeignName")
@@ -117,6 +119,18 @@ Text FieldObject::ValidationText()
     NotHere();
 }
 void FieldObject::SetValidationText(const Text&)
+{
+    NotHere();
+}
+bool FieldObject::ValidateOnSet()
+{
+    NotHere();
+}
+void FieldObject::SetValidateOnSet(bool)
+{
+    NotHere();
+}
+std::int16_t FieldObject::CollectionIndex()
 {
     NotHere();
 }

@@ -33,6 +33,11 @@ public:
     virtual void SetValidationRule(const Text& rule);
     virtual Text ValidationText();
     virtual void SetValidationText(const Text& text);
+    /// True: the rule is looked at when a value is set, not only in Update.
+    virtual bool ValidateOnSet();
+    virtual void SetValidateOnSet(bool validate);
+    /// The place in the collection.
+    virtual std::int16_t CollectionIndex();
     virtual Text SourceTable();
     virtual Text SourceField();
     virtual Text ForeignName();

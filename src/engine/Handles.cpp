@@ -54,6 +54,8 @@ void WorkspaceHandle::Rollback()
 {
     Storage().Rollback();
     ++rollbacks_;
+    for (const auto& database : Databases())
+        for (const auto& cursor : database->Cursors()) cursor->EndRolledBackEdit();
 }
 
 void WorkspaceHandle::Remember(const DatabaseRef& database)

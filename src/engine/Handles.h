@@ -24,6 +24,7 @@ public:
     const SessionRef& TheSession() const { return session_; }
     /// @throws Error 3420 after Close
     jet::Workspace& Storage();
+    bool IsOpen() const { return isOpen_; }
     /// Closes all databases and rolls back what is open. A second one is 3420.
     void Close();
 

@@ -8,31 +8,40 @@
 namespace vmlib::engine {
 namespace {
 
-// Options of CompactDatabase.
-constexpr std::int32_t encrypt = 2, decrypt = 4, version30 = 32;
+// Options of CreateDatabase and CompactDatabase.
+constexpr std::int32_t version10 = 1, encrypt = 2, decrypt = 4, version11 = 8, version20 = 16, version30 = 32;
+constexpr std::int32_t version40 = 64, version120 = 128;
+
+[[noreturn]] void NotSupported(TextView reason)
+{
+    const Error plain(ErrorNumber::NotSupported);
+    throw Error(plain.Number(), plain.Description() + u" (" + Text(reason) + u")");
+}
 
 bool IsGiven(const Optional& argument)
 {
     return argument.Given() && !argument.value.IsEmpty() && !argument.value.IsNull();
 }
 
-void CheckOptions(const Optional& options)
-{
-    if (!IsGiven(options)) return;
-    const std::int32_t number = ToLong(options.value);
-    const bool known = (number & ~(encrypt | decrypt | version30)) == 0;
-    if (!known || (number & (encrypt | decrypt)) == (encrypt | decrypt)) throw Error(ErrorNumber::InvalidArgument);
-    if ((number & encrypt) == 0) return;
-    const Error plain(ErrorNumber::NotSupported);
-    throw Error(plain.Number(), plain.Description() + u" (encrypted files are not written)");
-}
-
 }  // namespace
+
+void CheckFileOptions(std::int32_t options, const Text& name, bool mayDecrypt)
+{
+    constexpr std::int32_t older = version10 | version11 | version20, newer = version40 | version120;
+    constexpr std::int32_t versions = older | version30 | newer;
+    const std::int32_t version = options & versions, rest = options & ~versions;
+    const bool oneVersion = (version & (version - 1)) == 0;
+    if (!oneVersion || (rest & ~(encrypt | (mayDecrypt ? decrypt : 0))) != 0 || rest == (encrypt | decrypt))
+        throw Error(ErrorNumber::InvalidArgument);
+    if ((version & newer) != 0) throw Error(ErrorNumber::UnrecognizedFormat, {name});
+    if ((version & older) != 0) NotSupported(u"files of older formats are not written");
+    if ((rest & encrypt) != 0) NotSupported(u"encrypted files are not written");
+}
 
 void Compact(Session& session, const Text& source, const Text& destination, const Optional& locale,
              const Optional& options, const Optional& sourceLocale)
 {
-    CheckOptions(options);
+    if (IsGiven(options)) CheckFileOptions(ToLong(options.value), destination, true);
     jet::Compaction wanted{.source = source, .target = destination};
     const Text given = IsGiven(locale) ? ToText(locale.value) : Text();
     if (!given.empty()) {

@@ -36,6 +36,7 @@ public:
 
 protected:
     std::vector<std::shared_ptr<PropertyObject>> Load() override;
+    ErrorNumber Missing() const override { return ErrorNumber::PropertyNotFound; }
 
 private:
     ObjectRef owner_;
@@ -47,8 +48,6 @@ template <class T>
 Variant PropertiesMember(T& owner, const Optional& index)
 {
     auto properties = std::make_shared<PropertiesOf>(owner.TheSession(), owner.shared_from_this(), T::Members());
-    if (index.Given() && index.value.IsText() && !properties->Find(index.value.template As<Text>()))
-        throw Error(ErrorNumber::PropertyNotFound);
     return CollectionOrItem(properties, index);
 }
 

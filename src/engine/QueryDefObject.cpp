@@ -56,6 +56,9 @@ const MemberTable& QueryDefObject::Members()
             .Property<&QueryDefObject::Type>(u"Type")
             .Property<&QueryDefObject::Connect>(u"Connect")
             .Property<&QueryDefObject::ReturnsRecords>(u"ReturnsRecords")
+            .Property<&QueryDefObject::OdbcTimeout, &QueryDefObject::SetOdbcTimeout>(u"ODBCTimeout")
+            .Property<&QueryDefObject::DateCreated>(u"DateCreated")
+            .Property<&QueryDefObject::LastUpdated>(u"LastUpdated")
             .Property<&QueryDefObject::Updatable>(u"Updatable")
             .Property<&QueryDefObject::RecordsAffected>(u"RecordsAffected")
             .Property<&QueryDefObject::Fields>(u"Fields", {u"Item"})
@@ -111,6 +114,32 @@ std::int16_t QueryDefObject::Type()
     const auto query = database_->Queries().FindQuery(name_);
     if (!query) throw Error(ErrorNumber::NotInCollection);
     return static_cast<std::int16_t>(QueryType(*query));
+}
+
+void QueryDefObject::SetOdbcTimeout(std::int16_t seconds)
+{
+    RequireOpen();
+    if (seconds < -1) throw Error(ErrorNumber::InvalidArgument);
+    odbcTimeout_ = seconds;
+}
+
+const jet::ObjectEntry& QueryDefObject::Entry()
+{
+    RequireOpen();
+    if (!isStored_) throw Error(ErrorNumber::InvalidOperation);
+    const auto* entry = database_->Storage().FindObject(name_, queryObject);
+    if (!entry) throw Error(ErrorNumber::NotInCollection);
+    return *entry;
+}
+
+Date QueryDefObject::DateCreated()
+{
+    return Entry().created;
+}
+
+Date QueryDefObject::LastUpdated()
+{
+    return Entry().updated;
 }
 
 sql::Statement QueryDefObject::Statement()
@@ -180,8 +209,10 @@ Variant QueryDefObject::Fields(const Optional& index)
 ObjectRef QueryDefObject::OpenRecordset(Optional type, Optional options, Optional lockEdit)
 {
     RequireOpen();
-    return OpenSelect(database_, name_.empty() ? sql_ : name_, RequireSelect(Statement()), type,
-                      WithLockEdit(options, lockEdit), ParameterValues());
+    auto records = OpenSelect(database_, name_.empty() ? sql_ : name_, RequireSelect(Statement()), type,
+                              WithLockEdit(options, lockEdit), ParameterValues());
+    ApplyLockEdit(*records, lockEdit);
+    return records;
 }
 
 void QueryDefObject::Execute(Optional options)

@@ -74,6 +74,11 @@ public:
     std::int16_t Type();
     Text Connect() const { return {}; }
     bool ReturnsRecords() const { return true; }
+    /// Seconds that a query of another server may take; -1: any time. Kept, as nothing here goes to one.
+    std::int16_t OdbcTimeout() const { return odbcTimeout_; }
+    void SetOdbcTimeout(std::int16_t seconds);
+    Date DateCreated();
+    Date LastUpdated();
     bool Updatable() { return !database_->IsReadOnly(); }
     std::int32_t RecordsAffected() const { return recordsAffected_; }
     Variant Fields(const Optional& index);
@@ -86,6 +91,7 @@ public:
 
 private:
     void RequireOpen() const;
+    const jet::ObjectEntry& Entry();
     sql::Statement Statement();
     Parameters ParameterValues();
     ParameterList& ParameterObjects();
@@ -95,6 +101,7 @@ private:
     bool isStored_;
     bool isOpen_ = true;
     std::int32_t recordsAffected_ = 0;
+    std::int16_t odbcTimeout_ = 60;
     std::shared_ptr<ParameterList> parameters_;
 };
 

@@ -79,6 +79,15 @@ Text RecordsetField::ValidationText()
     return StringProperty(u"ValidationText");
 }
 
+bool RecordsetField::ValidateOnSet()
+{
+    if (!validateOnSet_) {
+        const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
+        validateOnSet_ = column && column->properties.Boolean(u"ValidateOnSet").value_or(false);
+    }
+    return *validateOnSet_;
+}
+
 std::int32_t RecordsetField::CollatingOrder()
 {
     const jet::ColumnDefinition* column = cursor_->DesignOf(column_);
@@ -92,6 +101,7 @@ Variant RecordsetField::Value()
 
 void RecordsetField::SetValue(const Variant& value)
 {
+    if (ValidateOnSet() && cursor_->Mode() != EditMode::None) cursor_->CheckRule(column_, value);
     cursor_->Write(column_, value);
     appending_.reset();
 }

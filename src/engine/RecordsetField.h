@@ -24,6 +24,9 @@ public:
     Variant DefaultValue() override;
     Text ValidationRule() override;
     Text ValidationText() override;
+    bool ValidateOnSet() override;
+    void SetValidateOnSet(bool validate) override { validateOnSet_ = validate; }
+    std::int16_t CollectionIndex() override { return static_cast<std::int16_t>(column_); }
     Text SourceTable() override { return Output().sourceTable; }
     Text SourceField() override { return Output().sourceField; }
     std::int32_t CollatingOrder() override;
@@ -41,6 +44,7 @@ private:
 
     std::shared_ptr<Cursor> cursor_;
     std::size_t column_;
+    std::optional<bool> validateOnSet_;       // once it was asked for: the table's, until it is set here
     std::optional<std::uint64_t> appending_;  // the edit that AppendChunk adds to
 };
 

@@ -1,9 +1,12 @@
 #include "engine/RecordsetObject.h"
 
+#include <algorithm>
+
 #include "automation/Convert.h"
 #include "engine/IndexOrder.h"
 #include "engine/Keyset.h"
 #include "engine/PropertyObject.h"
+#include "engine/Queries.h"
 #include "engine/Values.h"
 
 namespace vmlib::engine {
@@ -45,7 +48,11 @@ const MemberTable& RecordsetObject::Members()
             .Property<&RecordsetObject::Eof>(u"EOF")
             .Property<&RecordsetObject::RecordCount>(u"RecordCount")
             .Property<&RecordsetObject::AbsolutePosition, &RecordsetObject::SetAbsolutePosition>(u"AbsolutePosition")
-            .Property<&RecordsetObject::PercentPosition>(u"PercentPosition")
+            .Property<&RecordsetObject::PercentPosition, &RecordsetObject::SetPercentPosition>(u"PercentPosition")
+            .Property<&RecordsetObject::ValidationRule>(u"ValidationRule")
+            .Property<&RecordsetObject::ValidationText>(u"ValidationText")
+            .Property<&RecordsetObject::DateCreated>(u"DateCreated")
+            .Property<&RecordsetObject::LastUpdated>(u"LastUpdated")
             .Property<&RecordsetObject::Bookmark, &RecordsetObject::SetBookmark>(u"Bookmark")
             .Property<&RecordsetObject::LastModified>(u"LastModified")
             .Property<&RecordsetObject::Collect, &RecordsetObject::PutCollect>(u"Collect", {u"Item"})
@@ -108,6 +115,43 @@ float RecordsetObject::PercentPosition()
     const auto position = cursor_->Position();
     const std::int32_t count = RecordCount();
     return position && count > 0 ? 100.0f * static_cast<float>(*position) / static_cast<float>(count) : 0.0f;
+}
+
+void RecordsetObject::SetPercentPosition(float percent)
+{
+    RequireMovable();
+    if (!(percent >= 0.0f && percent <= 100.0f)) throw Error(ErrorNumber::InvalidArgument);
+    // The share is one of all rows, also of those that nobody has visited.
+    cursor_->MoveLast();
+    const std::int32_t count = RecordCount();
+    const auto position = static_cast<std::int32_t>(static_cast<double>(percent) / 100.0 * count);
+    cursor_->GoToPosition(std::min(position, count - 1));
+}
+
+Text RecordsetObject::TableProperty(TextView name)
+{
+    const auto& tables = cursor_->Shape().tables;
+    if (tables.size() != 1) return {};
+    return tables.front().table->Definition().properties.String(name).value_or(Text());
+}
+
+const jet::ObjectEntry& RecordsetObject::TableEntry()
+{
+    cursor_->Source();
+    if (cursor_->Type() != RecordsetType::Table) throw Error(ErrorNumber::NotSupported);
+    const auto* entry = cursor_->TheDatabase().Storage().FindObject(cursor_->TableName(), tableObject);
+    if (!entry) throw Error(ErrorNumber::NoSuchObject, {cursor_->TableName()});
+    return *entry;
+}
+
+Date RecordsetObject::DateCreated()
+{
+    return TableEntry().created;
+}
+
+Date RecordsetObject::LastUpdated()
+{
+    return TableEntry().updated;
 }
 
 Variant RecordsetObject::Bookmark()

@@ -20,8 +20,8 @@ public:
     bool Restartable() const { return cursor_->Type() != RecordsetType::Table; }
     bool Transactions() const { return true; }
     std::int16_t Mode() { return cursor_->Source(), static_cast<std::int16_t>(cursor_->Mode()); }
-    bool LockEdits() const { return lockEdits_; }
-    void SetLockEdits(bool lock) { lockEdits_ = lock; }
+    bool LockEdits() const { return cursor_->LocksEdits(); }
+    void SetLockEdits(bool lock) { cursor_->SetLocksEdits(lock); }
     bool NoMatch() const { return noMatch_; }
 
     bool Bof() { return cursor_->Bof(); }
@@ -30,6 +30,13 @@ public:
     std::int32_t AbsolutePosition();
     void SetAbsolutePosition(std::int32_t position);
     float PercentPosition();
+    void SetPercentPosition(float percent);
+    /// Of a recordset over one table: the rule of that table; "" without one.
+    Text ValidationRule() { return TableProperty(u"ValidationRule"); }
+    Text ValidationText() { return TableProperty(u"ValidationText"); }
+    /// Of the table. @throws Error 3251 for other types than a table
+    Date DateCreated();
+    Date LastUpdated();
     Variant Bookmark();
     void SetBookmark(const Variant& bookmark);
     Variant LastModified();
@@ -78,12 +85,13 @@ private:
     void Find(const Text& criteria, bool fromEnd, bool forward);
     void RequireMovable();
     void RequireNotTable();
+    Text TableProperty(TextView name);
+    const jet::ObjectEntry& TableEntry();
 
     std::shared_ptr<Cursor> cursor_;
     Text name_, index_, filter_, sort_;
     std::shared_ptr<RecordsetFields> fields_;
     bool noMatch_ = false;
-    bool lockEdits_ = true;
 };
 
 /// A new cursor over the rows of another for which `filter` is True, in the order of `sort`; either may be "".

@@ -84,6 +84,15 @@ Optional WithLockEdit(const Optional& options, const Optional& lockEdit)
     return Optional{Variant(flags | readOnlyOption)};
 }
 
+void ApplyLockEdit(RecordsetObject& recordset, const Optional& lockEdit)
+{
+    if (!lockEdit.Given()) return;
+    constexpr std::int32_t pessimistic = 2, greatest = 5;
+    const std::int32_t kind = ToLong(lockEdit.value);
+    if (kind < 0 || kind > greatest) throw Error(ErrorNumber::InvalidArgument);
+    if (kind != 0) recordset.SetLockEdits(kind == pessimistic || kind == readOnlyOption);
+}
+
 std::shared_ptr<RecordsetObject> OpenSelect(const DatabaseRef& database, const Text& name,
                                             sql::SelectStatement statement, const Optional& type,
                                             const Optional& options, const Parameters& parameters)

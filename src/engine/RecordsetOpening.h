@@ -20,8 +20,12 @@ inline constexpr std::int32_t forwardOnlyOption = 256;
 std::shared_ptr<RecordsetObject> OpenByName(const DatabaseRef& database, const Text& source, const Optional& type,
                                             const Optional& options, const Parameters& parameters);
 
-/// Options and LockEdit as one set of options; of LockEdit only "read only" counts. @throws Error 3001 when both say it
+/// Options and LockEdit as one set of options; of LockEdit only "read only" counts here. @throws Error 3001 when both say it
 Optional WithLockEdit(const Optional& options, const Optional& lockEdit);
+
+/// LockEdit of a recordset just opened: 2 and 4 lock the page in Edit, as nothing given does; the other kinds only in
+/// Update. @throws Error 3001 for a number that is no kind
+void ApplyLockEdit(RecordsetObject& recordset, const Optional& lockEdit);
 
 /// A SELECT that is at hand already.
 std::shared_ptr<RecordsetObject> OpenSelect(const DatabaseRef& database, const Text& name,

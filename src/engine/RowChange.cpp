@@ -53,6 +53,7 @@ void TableChanger::Update(jet::RowPointer at, const jet::Row& before, const jet:
     rules_.Check(after, changed);
     RefuseChangedKey(before, after);
     CheckParents(after, &before);
+    table_.database->RequireUnlocked(at.page);
     table_.table->Update(at, after);
     CascadeKey(before, after);
 }
@@ -63,6 +64,7 @@ void TableChanger::Delete(jet::RowPointer at)
     const MarkedRow mark(beingDeleted_, at);
     jet::Row row;
     if (!table_.table->Fetch(at, row)) throw Error(ErrorNumber::RecordDeleted);
+    table_.database->RequireUnlocked(at.page);
     for (const Relation& relation : TheRelations().children) DeleteChildren(relation, row, at);
     table_.table->Delete(at);
 }

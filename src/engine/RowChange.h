@@ -31,10 +31,10 @@ public:
     jet::RowPointer Insert(jet::Row& row);
 
     /// Rewrites a row. A changed key that others refer to cascades or is refused.
-    /// @throws Error as Insert; 3200, 3396 to 3399; the caller rolls the row back when it cascades
+    /// @throws Error as Insert; 3200, 3396 to 3399; 3188 when another session edits a row of the page; the caller rolls the row back when it cascades
     void Update(jet::RowPointer at, const jet::Row& before, const jet::Row& after);
 
-    /// @throws Error 3200, 3396, 3167
+    /// @throws Error 3200, 3396, 3167, 3188
     void Delete(jet::RowPointer at);
 
     /// True when a change of a row may reach other tables, so that the caller wants to be able to take back a single

@@ -25,6 +25,53 @@ std::optional<Text> NonEmpty(std::optional<Text> text)
     return text;
 }
 
+sql::OutputColumn OutputOf(const jet::ColumnDefinition& column, const Text& table)
+{
+    sql::OutputColumn field;
+    field.name = column.name;
+    field.type = ToValueType(column.type);
+    field.size = column.size;
+    field.sourceTable = table;
+    field.sourceField = column.name;
+    return field;
+}
+
+RowExpression CompiledFieldRule(QueryEngine& engine, TextView rule, const jet::TableDefinition& table,
+                                const jet::ColumnDefinition& column)
+{
+    return engine.Compile(sql::ParseFieldRule(rule, column.name), {OutputOf(column, table.name)}, true);
+}
+
+RowExpression CompiledTableRule(QueryEngine& engine, TextView rule, const jet::TableDefinition& table)
+{
+    std::vector<sql::OutputColumn> row;
+    for (const auto& column : table.columns) row.push_back(OutputOf(column, table.name));
+    return engine.Compile(sql::ParseExpression(rule), row, true);
+}
+
+bool IsGuidMaker(TextView value)
+{
+    return EqualIgnoringCase(Trim(value), u"GenGUID()");
+}
+
+template <class Compile>
+void RequireCompiles(TextView expression, Compile compile)
+{
+    if (Trim(expression).empty()) return;
+    try {
+        compile();
+    } catch (const Error& error) {
+        // Of "Syntax error in query expression '>= ('." the first part goes into the text of 3320.
+        Text what = error.Description();
+        const auto where = what.find(u" in query expression ");
+        if (where != Text::npos)
+            what.resize(where);
+        else if (what.ends_with(u'.'))
+            what.pop_back();
+        throw Error(ErrorNumber::BadTableRule, {what});
+    }
+}
+
 }  // namespace
 
 RowRules::RowRules(QueryEngine& engine, const jet::TableDefinition& table) : engine_(engine), table_(table)
@@ -39,6 +86,8 @@ RowRules::RowRules(QueryEngine& engine, const jet::TableDefinition& table) : eng
                 {i, std::move(*rule), column.properties.String(u"ValidationText").value_or(Text()), std::nullopt});
         defaults_.push_back(NonEmpty(column.properties.String(u"DefaultValue")));
     }
+    if (auto rule = NonEmpty(table.properties.String(u"ValidationRule")))
+        tableRule_ = Rule{0, std::move(*rule), table.properties.String(u"ValidationText").value_or(Text()), {}};
 }
 
 Error RowRules::Named(ErrorNumber number, std::size_t column) const
@@ -54,22 +103,56 @@ void RowRules::Check(const jet::Row& row, const std::vector<bool>& changed)
     for (const std::size_t column : noZeroLength_)
         if (looksAt(column) && IsZeroLength(row[column])) throw Named(ErrorNumber::ZeroLengthText, column);
     for (Rule& rule : rules_)
-        if (looksAt(rule.column)) CheckRule(rule, row);
+        if (looksAt(rule.column)) CheckRule(rule, row[rule.column]);
+    CheckTableRule(row);
 }
 
-void RowRules::CheckRule(Rule& rule, const jet::Row& row)
+void RowRules::CheckValue(std::size_t column, const jet::Value& value)
+{
+    for (Rule& rule : rules_)
+        if (rule.column == column) CheckRule(rule, value);
+}
+
+void RowRules::CheckTableRule(const jet::Row& row)
+{
+    if (!tableRule_) return;
+    Rule& rule = *tableRule_;
+    if (!rule.expression) rule.expression.emplace(CompiledTableRule(engine_, rule.rule, table_));
+    std::vector<jet::Value> values;
+    for (const std::size_t column : rule.expression->Columns()) values.push_back(row[column]);
+    if (rule.expression->Truth(values).value_or(true)) return;
+    if (!rule.text.empty()) throw Error(ErrorNumber::TableRuleViolated, {rule.text});
+    throw Error(ErrorNumber::RuleViolated, {table_.name, rule.rule});
+}
+
+void RowRules::RequireFieldRule(QueryEngine& engine, TextView rule, const jet::TableDefinition& table,
+                                const jet::ColumnDefinition& column)
+{
+    RequireCompiles(rule, [&] { CompiledFieldRule(engine, rule, table, column); });
+}
+
+void RowRules::RequireTableRule(QueryEngine& engine, TextView rule, const jet::TableDefinition& table)
+{
+    RequireCompiles(rule, [&] { CompiledTableRule(engine, rule, table); });
+}
+
+void RowRules::RequireRuleWithout(QueryEngine& engine, jet::TableDefinition table, TextView column)
+{
+    std::erase_if(table.columns, [&](const auto& each) { return EqualIgnoringCase(each.name, column); });
+    RequireTableRule(engine, table.properties.String(u"ValidationRule").value_or(Text()), table);
+}
+
+void RowRules::RequireDefault(QueryEngine& engine, TextView value)
+{
+    if (IsGuidMaker(value)) return;
+    RequireCompiles(value, [&] { engine.Compile(sql::ParseExpression(value), {}, false); });
+}
+
+void RowRules::CheckRule(Rule& rule, const jet::Value& value)
 {
     const jet::ColumnDefinition& column = table_.columns[rule.column];
-    if (!rule.expression) {
-        sql::OutputColumn field;
-        field.name = column.name;
-        field.type = ToValueType(column.type);
-        field.size = column.size;
-        field.sourceTable = table_.name;
-        field.sourceField = column.name;
-        rule.expression.emplace(engine_.Compile(sql::ParseFieldRule(rule.rule, column.name), {field}, true));
-    }
-    const std::vector<jet::Value> values(rule.expression->Columns().size(), row[rule.column]);
+    if (!rule.expression) rule.expression.emplace(CompiledFieldRule(engine_, rule.rule, table_, column));
+    const std::vector<jet::Value> values(rule.expression->Columns().size(), value);
     if (rule.expression->Truth(values).value_or(true)) return;  // only False refuses a value
     if (!rule.text.empty()) throw Error(static_cast<std::int32_t>(ErrorNumber::RuleViolated), rule.text);
     throw Error(ErrorNumber::RuleViolated, {table_.name + u"." + column.name, rule.rule});
@@ -80,7 +163,7 @@ jet::Value RowRules::Default(std::size_t column)
     const jet::ColumnDefinition& definition = table_.columns[column];
     const auto& text = defaults_[column];
     if (!text) return FitToColumn(Variant(Null{}), definition, Fit::Assign);
-    if (EqualIgnoringCase(Trim(*text), u"GenGUID()")) return NewGuid();
+    if (IsGuidMaker(*text)) return NewGuid();
     return FitToColumn(ToVariant(engine_.Evaluate(*text)), definition, Fit::Assign);
 }
 

@@ -6,6 +6,7 @@
 #include "engine/Queries.h"
 #include "engine/RecordsetObject.h"
 #include "engine/RecordsetOpening.h"
+#include "engine/RowRules.h"
 
 namespace vmlib::engine {
 
@@ -38,6 +39,7 @@ void TableFields::Store(const std::shared_ptr<DesignField>& field)
     field->Bind(table_, position);
     if (!table_->isStored) return;
     try {
+        field->CheckExpressions(table_->database->Queries(), table_->Open()->Definition());
         table_->database->Storage().AddColumn(table_->name, field->Column());
     } catch (...) {
         field->Unbind();
@@ -49,6 +51,7 @@ void TableFields::Remove(const std::shared_ptr<DesignField>& field)
 {
     if (table_->isStored) {
         table_->RequireChangeable();
+        RowRules::RequireRuleWithout(table_->database->Queries(), table_->Open()->Definition(), field->Name());
         table_->database->Storage().DropColumn(table_->name, field->Name());
     }
     field->Unbind();
@@ -114,8 +117,8 @@ const MemberTable& TableDefObject::Members()
             .Property<&TableDefObject::DateCreated>(u"DateCreated")
             .Property<&TableDefObject::LastUpdated>(u"LastUpdated")
             .Property<&TableDefObject::RecordCount>(u"RecordCount")
-            .Property<&TableDefObject::ValidationRule>(u"ValidationRule")
-            .Property<&TableDefObject::ValidationText>(u"ValidationText")
+            .Property<&TableDefObject::ValidationRule, &TableDefObject::SetValidationRule>(u"ValidationRule")
+            .Property<&TableDefObject::ValidationText, &TableDefObject::SetValidationText>(u"ValidationText")
             .DefaultProperty<&TableDefObject::Fields, &TableDefObject::PutField>(u"Fields", {u"Item"})
             .Property<&TableDefObject::Indexes>(u"Indexes", {u"Item"})
             .Method<&TableDefObject::CreateField>(u"CreateField", {u"Name", u"Type", u"Size"})
@@ -147,6 +150,39 @@ void TableDefObject::SetAttributes(std::int32_t attributes)
 {
     if (design_->isStored) throw Error(ErrorNumber::PropertyFixed);
     design_->attributes = static_cast<std::uint32_t>(attributes);
+}
+
+Text TableDefObject::StringProperty(TextView name)
+{
+    const jet::PropertyList& list = design_->isStored ? design_->Open()->Definition().properties : design_->properties;
+    return list.String(name).value_or(Text());
+}
+
+void TableDefObject::SetStringProperty(TextView name, TextView value, std::uint8_t type)
+{
+    const auto change = [&](jet::PropertyList& properties) {
+        if (value.empty())
+            properties.Remove(name);
+        else
+            properties.SetString(name, value, type);
+    };
+    if (!design_->isStored) return change(design_->properties);
+    design_->RequireChangeable();
+    jet::PropertyList properties = design_->Open()->Definition().properties;
+    change(properties);
+    design_->database->Storage().SetTableProperties(design_->name, properties);
+}
+
+void TableDefObject::SetValidationRule(const Text& rule)
+{
+    if (design_->isStored)
+        RowRules::RequireTableRule(design_->database->Queries(), rule, design_->Open()->Definition());
+    SetStringProperty(u"ValidationRule", rule, memoProperty);
+}
+
+void TableDefObject::SetValidationText(const Text& text)
+{
+    SetStringProperty(u"ValidationText", text, textProperty);
 }
 
 void TableDefObject::SetConnect(const Text& connect)
@@ -211,6 +247,10 @@ void TableDefObject::Store()
         if (left.ordinalPosition != right.ordinalPosition) return left.ordinalPosition < right.ordinalPosition;
         return CompareIgnoringCase(left.name, right.name) < 0;
     });
+    table.properties = design_->properties;
+    QueryEngine& engine = design_->database->Queries();
+    for (const auto& field : fields_->Items()) field->CheckExpressions(engine, table);
+    RowRules::RequireTableRule(engine, table.properties.String(u"ValidationRule").value_or(Text()), table);
     jet::UnitOfWork unit(storage.GetPager());
     storage.CreateTable(table);
     for (const auto& index : indexes_->Items())

@@ -54,8 +54,11 @@ public:
     Date DateCreated();
     Date LastUpdated();
     std::int32_t RecordCount();
-    Text ValidationRule() const { return {}; }
-    Text ValidationText() const { return {}; }
+    /// What a row as a whole must be, over the fields of the table. @throws Error 3320
+    Text ValidationRule() { return StringProperty(u"ValidationRule"); }
+    void SetValidationRule(const Text& rule);
+    Text ValidationText() { return StringProperty(u"ValidationText"); }
+    void SetValidationText(const Text& text);
     Variant Fields(const Optional& index) { return CollectionOrItem(fields_, index); }
     void PutField(const Optional& index, const Variant& value) { fields_->PutItem(index.value, value); }
     Variant Indexes(const Optional& index) { return CollectionOrItem(indexes_, index); }
@@ -72,6 +75,8 @@ public:
 
 private:
     const jet::ObjectEntry& Entry();
+    Text StringProperty(TextView name);
+    void SetStringProperty(TextView name, TextView value, std::uint8_t type);
 
     TableDesignRef design_;
     std::shared_ptr<TableFields> fields_;

@@ -2,6 +2,7 @@
 
 #include "automation/Convert.h"
 #include "engine/ConnectText.h"
+#include "engine/Maintenance.h"
 #include "engine/PropertyObject.h"
 #include "jet/Opening.h"
 
@@ -11,20 +12,6 @@ namespace {
 bool IsTrue(const Optional& argument)
 {
     return argument.Given() && !argument.value.IsEmpty() && !argument.value.IsNull() && ToBoolean(argument.value);
-}
-
-// Options of CreateDatabase.
-constexpr std::int32_t encryptOption = 2;
-constexpr std::int32_t version30Option = 32;
-
-void CheckCreateOption(const Optional& option)
-{
-    if (!option.Given()) return;
-    const std::int32_t number = ToLong(option.value);
-    if (number == 0 || number == version30Option) return;
-    // Encrypted files and other formats than 3.0 are not written.
-    throw Error((number & ~(encryptOption | version30Option)) == 0 ? ErrorNumber::NotSupported
-                                                                   : ErrorNumber::InvalidArgument);
 }
 
 }  // namespace
@@ -109,7 +96,8 @@ std::shared_ptr<DatabaseObject> WorkspaceObject::CreateDatabase(const Text& name
     jet::Workspace& storage = workspace_->Storage();
     if (!locale.Given()) throw Error(ErrorNumber::InvalidLocale);
     const LocaleText parsed = LocaleText::Parse(ToText(locale.value));
-    CheckCreateOption(option);
+    if (option.Given() && !option.value.IsEmpty() && !option.value.IsNull())
+        CheckFileOptions(ToLong(option.value), name, false);
     DatabaseHandle::Opening opening;
     opening.exclusive = true;
     opening.password = parsed.password;
@@ -131,6 +119,19 @@ Variant WorkspaceObject::Properties(const Optional& index)
 std::vector<std::shared_ptr<WorkspaceObject>> Workspaces::Load()
 {
     return {std::make_shared<WorkspaceObject>(TheSession(), u"#Default Workspace#", u"admin")};
+}
+
+void Workspaces::RemoveClosed()
+{
+    auto& all = Items();
+    if (!all.front()->IsOpen()) all.front() = Load().front();
+    std::erase_if(all, [](const auto& workspace) { return !workspace->IsOpen(); });
+}
+
+std::size_t Workspaces::Size()
+{
+    RemoveClosed();
+    return ListOf::Size();
 }
 
 void Workspaces::Store(const std::shared_ptr<WorkspaceObject>& workspace)

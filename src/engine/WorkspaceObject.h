@@ -38,6 +38,7 @@ public:
     void CommitTrans(std::optional<std::int32_t> option);
     void Rollback() { workspace_->Rollback(); }
     void Close() { workspace_->Close(); }
+    bool IsOpen() const { return workspace_->IsOpen(); }
     Variant Properties(const Optional& index);
 
 private:
@@ -53,9 +54,12 @@ class Workspaces : public ListOf<WorkspaceObject>
 public:
     explicit Workspaces(SessionRef session) : ListOf(std::move(session), u"Workspaces") {}
     void Refresh() override {}
+    /// Closed ones leave. The first place is never empty: a new default workspace takes it.
+    void RemoveClosed();
 
 protected:
     std::vector<std::shared_ptr<WorkspaceObject>> Load() override;
+    std::size_t Size() override;
     void Store(const std::shared_ptr<WorkspaceObject>& workspace) override;
 };
 

@@ -183,6 +183,39 @@ void Database::SetFieldProperties(TextView table, TextView column, const Propert
     AsUnit(file, [&] { jet::SetFieldProperties(file, table, column, properties); });
 }
 
+void Database::SetFieldPosition(TextView table, TextView column, std::uint16_t position)
+{
+    DatabaseFile& file = FileToChange(table);
+    AsUnit(file, [&] { jet::SetFieldPosition(file, table, column, position); });
+}
+
+void Database::SetTableProperties(TextView table, const PropertyList& properties)
+{
+    DatabaseFile& file = FileToChange(table);
+    AsUnit(file, [&] { jet::SetTableProperties(file, table, properties); });
+}
+
+Database::PageLock::PageLock(std::shared_ptr<DatabaseFile> file, PageNumber page) : file_(std::move(file)), page_(page)
+{
+    file_->LockPage(page_);
+}
+
+Database::PageLock::~PageLock()
+{
+    if (file_) file_->UnlockPage(page_);
+}
+
+Database::PageLock Database::LockPage(PageNumber page)
+{
+    File();
+    return {file_, page};
+}
+
+void Database::RequireUnlocked(PageNumber page)
+{
+    File().RequireUnlocked(page);
+}
+
 std::vector<RelationDefinition> Database::Relations()
 {
     return ReadRelations(File());

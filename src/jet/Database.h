@@ -126,9 +126,29 @@ public:
     void CreateIndex(TextView table, const NewIndex& index);
     void DropIndex(TextView table, TextView index);                  // 3372; 3281 when a relation uses it
     void AddColumn(TextView table, const ColumnDefinition& column);  // 3380
-    void DropColumn(TextView table, TextView column);                // 3381; 3303 when a relation or an index uses it
+    void DropColumn(TextView table, TextView column);  // 3381; 3303 when a relation uses it, 3280 an index
     void RenameColumn(TextView table, TextView from, TextView to);
+    /// Where a column stands among the others; equal positions keep their order.
+    void SetFieldPosition(TextView table, TextView column, std::uint16_t position);
+    void SetTableProperties(TextView table, const PropertyList& properties);
     void SetFieldProperties(TextView table, TextView column, const PropertyList& properties);
+
+    /// Keeps other sessions from changing the rows of a page while it lives; a killed process loses it.
+    class PageLock
+    {
+    public:
+        PageLock(std::shared_ptr<DatabaseFile> file, PageNumber page);
+        PageLock(PageLock&& other) noexcept : file_(std::move(other.file_)), page_(other.page_) {}
+        PageLock& operator=(PageLock&&) = delete;
+        ~PageLock();
+
+    private:
+        std::shared_ptr<DatabaseFile> file_;
+        PageNumber page_;
+    };
+    /// @throws Error 3188 when another session holds it
+    PageLock LockPage(PageNumber page);
+    void RequireUnlocked(PageNumber page);  // 3188
 
     std::vector<RelationDefinition> Relations();
     void CreateRelation(const RelationDefinition& relation);  // 3366, 3012, 3609, 3368, 3379, 3078, 3409, 3125

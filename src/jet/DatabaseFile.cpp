@@ -62,10 +62,49 @@ TableDefinition DatabaseFile::Read(const ObjectEntry& entry, const Bytes& proper
     if (definition.system && definition.format == FileFormat::Format3) system::RequireColumns(definition);
     if (definition.system && definition.format == FileFormat::Format4) system::RequireNames(definition);
     const ObjectProperties decoded = ObjectProperties::Decode(properties);
+    definition.properties = decoded.own;
     for (ColumnDefinition& column : definition.columns) {
         if (const PropertyList* list = decoded.FindField(column.name)) column.properties = *list;
     }
     return definition;
+}
+
+void DatabaseFile::LockPage(PageNumber page)
+{
+    const auto known = lockedPages_.find(page);
+    if (known != lockedPages_.end()) {
+        ++known->second;
+        return;
+    }
+    // An exclusive opener has nobody to keep out.
+    constexpr int patience = 1000;  // milliseconds, as a writer waits for another
+    if (pager_.IsShared() && !pager_.File().LockPage(page, patience)) throw Error(ErrorNumber::LockedBySession);
+    lockedPages_.emplace(page, 1);
+}
+
+void DatabaseFile::UnlockPage(PageNumber page) noexcept
+{
+    const auto known = lockedPages_.find(page);
+    if (known == lockedPages_.end() || --known->second > 0) return;
+    lockedPages_.erase(known);
+    if (!pager_.IsShared()) return;
+    try {
+        pager_.File().UnlockPage(page);
+    } catch (...) {
+        // What keeps the descriptor from giving the lock up now cannot keep it from doing so when it is closed.
+    }
+}
+
+void DatabaseFile::RequireUnlocked(PageNumber page)
+{
+    if (pager_.IsShared() && pager_.File().IsPageLocked(page)) throw Error(ErrorNumber::LockedBySession);
+}
+
+void DatabaseFile::LockPagesAgain()
+{
+    if (!pager_.IsShared()) return;
+    for (const auto& [page, count] : lockedPages_)
+        if (!pager_.File().LockPage(page, 0)) throw Error(ErrorNumber::LockedBySession);
 }
 
 SortLocale DatabaseFile::Locale()

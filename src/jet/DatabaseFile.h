@@ -35,6 +35,15 @@ public:
     /// Of a table that is gone.
     void ForgetTable(PageNumber page) { tables_.erase(page); }
 
+    /// While a page is locked no other session changes its rows. Locks of this session are counted and never in each
+    /// other's way. @throws Error 3188 when another session holds it for a second
+    void LockPage(PageNumber page);
+    void UnlockPage(PageNumber page) noexcept;
+    /// @throws Error 3188 when another session has locked the page
+    void RequireUnlocked(PageNumber page);
+    /// After the pager got another descriptor: locks belong to the former one.
+    void LockPagesAgain();
+
     SortLocale Locale();
 
 private:
@@ -55,6 +64,7 @@ private:
     PageAllocator allocator_;
     Catalogue catalogue_;
     std::map<PageNumber, KnownTable> tables_;
+    std::map<PageNumber, int> lockedPages_;  // and how many locks
 };
 
 }  // namespace vmlib::jet

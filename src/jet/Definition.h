@@ -160,6 +160,7 @@ struct TableDefinition
     std::vector<ColumnDefinition> columns;  // by ordinal position, then as stored
     std::vector<IndexDefinition> indexes;   // by name
     std::vector<TreeDefinition> trees;
+    PropertyList properties;  // of the table itself: ValidationRule, ValidationText ...
 
     std::uint32_t rowCount = 0;  // as the definition says; files not closed properly may be off
     std::uint32_t lastAutoNumber = 0;

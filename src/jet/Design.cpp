@@ -67,6 +67,7 @@ void CreateTable(DatabaseFile& file, const TableDefinition& wanted)
     table.system = false;
     const SortLocale locale = file.Locale();
     ObjectProperties properties;
+    properties.own = table.properties;
     std::size_t autoNumbers = 0;
     for (ColumnDefinition& column : table.columns) {
         Complete(column, locale);
@@ -194,6 +195,24 @@ void SetFieldProperties(DatabaseFile& file, TextView tableName, TextView column,
         }
     });
     Finish(file, id);
+}
+
+void SetTableProperties(DatabaseFile& file, TextView tableName, const PropertyList& wanted)
+{
+    const std::int32_t id = IdOf(*file.OpenTable(tableName));
+    AlterProperties(file, id, [&](ObjectProperties& properties) { properties.own = wanted; });
+    Finish(file, id);
+}
+
+void SetFieldPosition(DatabaseFile& file, TextView tableName, TextView column, std::uint16_t position)
+{
+    const auto table = file.OpenTable(tableName);
+    TableDefinition changed = table->Definition();
+    const auto found = changed.ColumnNamed(column);
+    if (!found) throw Error(ErrorNumber::NoSuchField, {changed.name, Text(column)});
+    changed.columns[*found].ordinalPosition = position;
+    table->RewriteDefinition(changed);
+    Finish(file, IdOf(*table));
 }
 
 }  // namespace vmlib::jet

@@ -16,6 +16,8 @@ void DropIndex(DatabaseFile& file, TextView table, TextView index);
 void AddColumn(DatabaseFile& file, TextView table, ColumnDefinition column);
 void DropColumn(DatabaseFile& file, TextView table, TextView column);
 void RenameColumn(DatabaseFile& file, TextView table, TextView from, TextView to);
+void SetTableProperties(DatabaseFile& file, TextView table, const PropertyList& properties);
+void SetFieldPosition(DatabaseFile& file, TextView table, TextView column, std::uint16_t position);
 void SetFieldProperties(DatabaseFile& file, TextView table, TextView column, const PropertyList& properties);
 
 }  // namespace vmlib::jet

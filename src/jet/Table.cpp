@@ -61,6 +61,7 @@ Table::State& Table::State::Current()
     if (generation == pager.Generation()) return *this;
     TableDefinition fresh = ReadPages(pager, definition.page);
     fresh.name = definition.name;
+    fresh.properties = definition.properties;
     if (definition.system && fresh.columns.size() < definition.columns.size())
         throw Damaged(definition.page, "a system table has lost a column");
     for (ColumnDefinition& column : fresh.columns) {

@@ -48,7 +48,7 @@ public:
     /// definition goes there; the caller has taken that page.
     /// @throws Error 3264 without columns, 3190 with more than 255, 3259 for a type that the format does not have
     static TableDefinition Create(Pager& pager, PageAllocator& allocator, TableDefinition wanted);
-    /// Takes over what the catalogue says of the table now: its name and the properties of its columns.
+    /// Takes over what the catalogue says of the table now: its name, its properties and those of its columns.
     void Describe(TableDefinition definition);
     /// Gives all pages of the table back: rows, long values, indexes, maps, definition. Whoever still holds the object
     /// gets error 3011 from it.
@@ -119,7 +119,7 @@ public:
 
     /// Adds a column (rows stored before lack it: Null, Boolean False) or removes one (its bytes and number stay).
     void AddColumn(ColumnDefinition column);  // @throws Error 3190, 3259
-    void RemoveColumn(TextView name);         // @throws Error 3381; an index still uses it: 3303
+    void RemoveColumn(TextView name);         // @throws Error 3381; an index still uses it: 3280
     void RenameColumn(TextView from, TextView to);
     /// Writes changed ordinal positions, sizes, flags and the like of columns that exist.
     void RewriteDefinition(const TableDefinition& definition);

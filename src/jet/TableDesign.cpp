@@ -319,7 +319,7 @@ void Table::RemoveColumn(TextView name)
     const ColumnDefinition column = ColumnOf(changed, name);
     for (const TreeDefinition& tree : changed.trees) {
         const auto uses = [&](const IndexColumn& one) { return one.column == column.number; };
-        if (std::any_of(tree.columns.begin(), tree.columns.end(), uses)) throw Error(ErrorNumber::FieldInRelation);
+        if (std::any_of(tree.columns.begin(), tree.columns.end(), uses)) throw Error(ErrorNumber::FieldInIndex);
     }
     std::erase_if(changed.columns, [&](const ColumnDefinition& one) { return one.number == column.number; });
 

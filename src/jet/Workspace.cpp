@@ -38,6 +38,7 @@ void Upgrade(const WorkspaceState& state, DatabaseFile& file, bool readOnly, boo
         return OpenForDatabase(state.files, file.Path(), onlyReading, !shared);
     };
     pager.Reopen(open, pager.IsReadOnly() && !wantsWriting, pager.IsShared() && !wantsExclusive);
+    file.LockPagesAgain();
 }
 
 }  // namespace

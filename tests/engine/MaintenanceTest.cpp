@@ -69,7 +69,7 @@ TEST_F(MaintenanceTest, CompactDatabaseTakesAllFormsOfItsArguments)
         {"no password", u"", 0, u"", 3031, u"", 0},
         {"password in another form", u"", 0, u"geheim", 3170, u"", 0},
         {"encryption", u"", 2, u";pwd=geheim", 3251, u"", 0},
-        {"another version", u"", 64, u";pwd=geheim", 3001, u"", 0},
+        {"another version", u"", 64, u";pwd=geheim", 3343, u"", 0},
         {"no locale", u"Dutch", 0, u";pwd=geheim", 3424, u"", 0},
     };
     MakeDocument(u"geheim");

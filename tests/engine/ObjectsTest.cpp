@@ -202,6 +202,7 @@ TEST_F(ObjectsTest, RefusesWrongDesigns)
          3264},
         {"linked table", [&] { Call(database, u"CreateTableDef", u"L", 0, u"S", u";DATABASE=x"); }, 3251},
         {"unknown property", [&] { Get(fresh, u"Properties", u"Kleur"); }, 3270},
+        {"unknown item", [&] { Get(ToObject(Get(fresh, u"Properties")), u"Item", u"Kleur"); }, 3270},
     };
     for (const auto& each : cases) EXPECT_EQ(ErrorOf(each.step), each.number) << each.what;
 }
@@ -292,6 +293,165 @@ TEST_F(ObjectsTest, ErrorsRememberTheLastFailure)
     EXPECT_NE(ToText(Get(error, u"")).find(u"niet.mdb"), Text::npos);
     Create(u"goed.mdb");
     EXPECT_EQ(ToLong(Get(ToObject(Get(Engine(), u"Errors")), u"Count")), 1) << "a success clears nothing";
+}
+
+TEST_F(ObjectsTest, ATablesRuleIsStoredAndHoldsForEveryWrite)
+{
+    {
+        const ObjectRef database = Create(u"r.mdb");
+        const ObjectRef table = ToObject(Call(database, u"CreateTableDef", u"T"));
+        for (const TextView name : {u"A", u"B"})
+            Call(ToObject(Get(table, u"Fields")), u"Append", ToObject(Call(table, u"CreateField", name, 4)));
+        Put(table, u"ValidationRule", u"[A] <= [B]");
+        Call(ToObject(Get(database, u"TableDefs")), u"Append", table);
+        Call(database, u"Close");
+    }
+    const ObjectRef database = Open(u"r.mdb");
+    const ObjectRef table = ToObject(Get(database, u"TableDefs", u"T"));
+    EXPECT_EQ(Get(table, u"ValidationRule"), Variant(u"[A] <= [B]"));
+    const auto add = [&](TextView values) { Execute(database, u"INSERT INTO T VALUES (" + Text(values) + u")", 128); };
+    EXPECT_EQ(ErrorOf([&] { add(u"1, 2"); }), 0);
+    EXPECT_EQ(ErrorOf([&] { add(u"Null, 2"); }), 0) << "only False refuses";
+    EXPECT_EQ(ErrorOf([&] { add(u"3, 2"); }), 3317);
+    Put(table, u"ValidationText", u"A before B");
+    try {
+        Execute(database, u"UPDATE T SET A = 9 WHERE A = 1", 128);
+        ADD_FAILURE();
+    } catch (const Error& error) {
+        EXPECT_EQ(error.Number(), 3316);
+        EXPECT_EQ(ToUtf8(error.Description()), "A before B");
+    }
+    {
+        const ObjectRef records = Records(database, u"SELECT * FROM T", 2);
+        EXPECT_EQ(Get(records, u"ValidationText"), Variant(u"A before B"));
+        EXPECT_EQ(ErrorOf([&] { Put(table, u"ValidationRule", u""); }), 3211) << "in use";
+    }
+    EXPECT_EQ(ErrorOf([&] { Put(ToObject(Get(table, u"Fields", u"B")), u"Name", u"C"); }), 3320) << "the rule names it";
+    EXPECT_EQ(ErrorOf([&] { Call(ToObject(Get(table, u"Fields")), u"Delete", u"B"); }), 3320);
+    Put(table, u"ValidationRule", u"");
+    EXPECT_EQ(ErrorOf([&] { add(u"3, 2"); }), 0);
+    Call(database, u"Close");
+    EXPECT_THAT(FaultsOf(u"r.mdb"), testing::IsEmpty());
+}
+
+TEST_F(ObjectsTest, AnExpressionThatIsNoneIsRefusedWhenItIsStored)
+{
+    const ObjectRef database = Create(u"e.mdb");
+    MakeTable(database, u"T", {{u"A", 4}, {u"N", 10, 20}});
+    const ObjectRef table = ToObject(Get(database, u"TableDefs", u"T"));
+    const ObjectRef fields = ToObject(Get(table, u"Fields"));
+    struct
+    {
+        ObjectRef object;
+        TextView property, value;
+        std::int32_t number;
+    } const cases[] = {
+        {ToObject(Get(fields, u"Item", u"A")), u"ValidationRule", u">= (", 3320},
+        {ToObject(Get(fields, u"Item", u"A")), u"ValidationRule", u"> [N]", 3320},
+        {ToObject(Get(fields, u"Item", u"A")), u"ValidationRule", u">= 0 And < 100", 0},
+        {ToObject(Get(fields, u"Item", u"A")), u"ValidationRule", u"[A] <> 7", 0},
+        {ToObject(Get(fields, u"Item", u"N")), u"DefaultValue", u"abc def", 3320},
+        {ToObject(Get(fields, u"Item", u"N")), u"DefaultValue", u"abc", 3320},
+        {ToObject(Get(fields, u"Item", u"N")), u"DefaultValue", u"\"abc def\"", 0},
+        {ToObject(Get(fields, u"Item", u"N")), u"DefaultValue", u"Format(Date(), \"yyyy\")", 0},
+        {table, u"ValidationRule", u"[A] > [Z]", 3320},
+        {table, u"ValidationRule", u"Len([N]) > [A]", 0},
+    };
+    for (const auto& each : cases) {
+        const Variant before = Get(each.object, each.property);
+        EXPECT_EQ(ErrorOf([&] { Put(each.object, each.property, each.value); }), each.number) << ToUtf8(each.value);
+        EXPECT_EQ(Get(each.object, each.property), each.number == 0 ? Variant(each.value) : before);
+    }
+    const ObjectRef field = ToObject(Call(table, u"CreateField", u"Bad", 4));
+    Put(field, u"ValidationRule", u"= = 1");
+    EXPECT_EQ(ErrorOf([&] { Call(fields, u"Append", field); }), 3320);
+    EXPECT_EQ(ToLong(Get(fields, u"Count")), 2);
+}
+
+TEST_F(ObjectsTest, FieldsMoveAndCheckValuesAtOnce)
+{
+    const ObjectRef database = Create(u"f.mdb");
+    MakeTable(database, u"T", {{u"A", 4}, {u"B", 4}, {u"C", 4}});
+    Execute(database, u"INSERT INTO T VALUES (1, 2, 3)");
+    const ObjectRef fields = ToObject(Get(ToObject(Get(database, u"TableDefs", u"T")), u"Fields"));
+    Put(ToObject(Get(fields, u"Item", u"A")), u"OrdinalPosition", 9);
+    EXPECT_THAT(Rows(database, u"SELECT * FROM T"), ElementsAre("2|3|1"));
+    EXPECT_EQ(ErrorOf([&] { Put(ToObject(Get(fields, u"Item", u"A")), u"Attributes", 2); }), 0) << "impossible bits";
+    EXPECT_EQ(ErrorOf([&] { Put(ToObject(Get(fields, u"Item", u"A")), u"Attributes", 17); }), 3268);
+
+    Put(ToObject(Get(fields, u"Item", u"B")), u"ValidationRule", u"< 10");
+    const ObjectRef records = Records(database, u"T", 2);
+    Call(records, u"Edit");
+    const ObjectRef field = ToObject(Get(records, u"Fields", u"B"));
+    EXPECT_EQ(ErrorOf([&] { Put(field, u"Value", 50); }), 0);
+    Put(field, u"ValidateOnSet", true);
+    EXPECT_EQ(ErrorOf([&] { Put(field, u"Value", 60); }), 3317);
+    EXPECT_EQ(ToLong(Get(field, u"Value")), 50);
+    EXPECT_EQ(ErrorOf([&] { Call(records, u"Update"); }), 3317);
+}
+
+TEST_F(ObjectsTest, AnEditLocksItsRowForOtherSessions)
+{
+    {
+        const ObjectRef database = Create(u"l.mdb");
+        MakeTable(database, u"T", {{u"A", 4}});
+        Execute(database, u"INSERT INTO T VALUES (1)");
+        Call(database, u"Close");
+    }
+    const ObjectRef other = ToObject(Call(Engine(), u"CreateWorkspace", u"ander", u"admin", u""));
+    const ObjectRef theirs = ToObject(Call(other, u"OpenDatabase", folder_.Path(u"l.mdb"), false, false, u""));
+    const ObjectRef mine = Records(Open(u"l.mdb"), u"T", 2), held = Records(theirs, u"T", 2);
+    const auto takes = [&] {
+        return ErrorOf([&] {
+            Call(held, u"Edit");
+            Call(held, u"CancelUpdate");
+        });
+    };
+    const std::pair<const char*, std::function<void()>> ends[] = {
+        {"Update", [&] { Call(mine, u"Update"); }},  {"CancelUpdate", [&] { Call(mine, u"CancelUpdate"); }},
+        {"move", [&] { Call(mine, u"MoveFirst"); }}, {"Rollback", [&] { Call(Workspace(), u"Rollback"); }},
+        {"Close", [&] { Call(mine, u"Close"); }},
+    };
+    for (const auto& [what, end] : ends) {
+        const bool rollsBack = what == std::string("Rollback");
+        if (rollsBack) Call(Workspace(), u"BeginTrans");
+        Call(mine, u"Edit");
+        EXPECT_EQ(takes(), 3188) << what;
+        EXPECT_EQ(ErrorOf([&] { Execute(theirs, u"DELETE FROM T", 128); }), 3188) << what;
+        end();
+        EXPECT_EQ(takes(), 0) << what;
+    }
+}
+
+TEST_F(ObjectsTest, ContainersShowTheCatalogue)
+{
+    const ObjectRef database = Create(u"c.mdb");
+    MakeTable(database, u"T", {{u"A", 4}});
+    Call(database, u"CreateQueryDef", u"Q", u"SELECT A FROM T");
+    const ObjectRef containers = ToObject(Get(database, u"Containers"));
+    EXPECT_THAT(NamesIn(containers), ElementsAre("Databases", "Relationships", "Tables"));
+    const ObjectRef tables = ToObject(Get(containers, u"Item", u"Tables"));
+    EXPECT_THAT(NamesIn(ToObject(Get(tables, u"Documents"))),
+                ElementsAre("MSysACEs", "MSysObjects", "MSysQueries", "MSysRelationships", "Q", "T"));
+    EXPECT_EQ(Get(ToObject(Get(tables, u"Documents", u"T")), u"Owner"), Variant(u"admin"));
+}
+
+TEST_F(ObjectsTest, AClosedWorkspaceLeaves)
+{
+    const ObjectRef workspaces = ToObject(Get(Engine(), u"Workspaces"));
+    const ObjectRef other = ToObject(Call(Engine(), u"CreateWorkspace", u"ander", u"admin", u""));
+    Call(workspaces, u"Append", other);
+    EXPECT_EQ(ToLong(Get(workspaces, u"Count")), 2);
+    Call(other, u"Close");
+    EXPECT_EQ(ToLong(Get(workspaces, u"Count")), 1);
+    Call(Workspace(), u"Close");
+    EXPECT_EQ(ErrorOf([&] { Create(u"n.mdb"); }), 0) << "there is always a first one";
+    const auto create = [&](std::int32_t option) {
+        return ErrorOf([&] { Call(Workspace(), u"CreateDatabase", folder_.Path(u"o.mdb"), dutchLocale, option); });
+    };
+    EXPECT_EQ(create(64), 3343);
+    EXPECT_EQ(create(2), 3251);
+    EXPECT_EQ(create(512), 3001);
 }
 
 }  // namespace
