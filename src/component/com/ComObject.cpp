@@ -30,11 +30,24 @@ const IUnknown* IdentityOf(const ComPtr<IDispatch>& object)
     return object.As<IUnknown>().Get();  // alive as long as the object
 }
 
-/// The variables that the arguments of a call refer to.
+/// What came back from the object. @throws Error 458 for a value of a type that the library does not have
+Variant ValueFrom(const VARIANT& value)
+{
+    try {
+        return FromVariant(value);
+    } catch (const BadVarType&) {
+        EXCEPINFO none = {};
+        throw ErrorOf(DISP_E_BADVARTYPE, none);
+    }
+}
+
+/// The variables that the arguments of a call refer to. They are variants, as a script's are: what takes a typed value
+/// converts it, and only into a variant every host writes back.
 class Variables
 {
 public:
-    Variables(std::span<Variant> arguments, bool byReference) : values_(arguments.size()), passed_(arguments.size())
+    Variables(std::span<const Variant> arguments, bool byReference)
+        : values_(arguments.size()), passed_(arguments.size())
     {
         const std::size_t count = arguments.size();
         for (std::size_t i = 0; i < count; ++i) {
@@ -42,10 +55,12 @@ public:
             VARIANT& passed = passed_[count - 1 - i];  // the last argument comes first
             ToVariant(arguments[i], value);
             ::VariantInit(&passed);
-            if (!byReference || value.vt == VT_ERROR)
+            if (!byReference || value.vt == VT_ERROR) {
                 passed = value;  // not owned: values_ clears it
-            else
-                Refer(value, passed);
+            } else {
+                passed.vt = VT_BYREF | VT_VARIANT;
+                passed.pvarVal = &value;
+            }
         }
     }
 
@@ -55,26 +70,11 @@ public:
     {
         for (std::size_t i = 0; i < arguments.size(); ++i) {
             const VARIANT& passed = passed_[arguments.size() - 1 - i];
-            if (passed.vt & VT_BYREF) arguments[i] = FromVariant(passed);
+            if (passed.vt & VT_BYREF) arguments[i] = ValueFrom(passed);
         }
     }
 
 private:
-    static void Refer(VARIANT& value, VARIANT& passed)
-    {
-        switch (value.vt) {
-            case VT_EMPTY:
-            case VT_NULL:
-            case VT_DECIMAL:
-                passed.vt = VT_BYREF | VT_VARIANT;
-                passed.pvarVal = &value;
-                break;
-            default:
-                passed.vt = static_cast<VARTYPE>(VT_BYREF | value.vt);
-                passed.byref = &value.bVal;
-        }
-    }
-
     std::vector<OwnedVariant> values_;
     std::vector<VARIANT> passed_;
 };
@@ -134,7 +134,7 @@ Variant ComObject::Invoke(TextView member, InvokeKind kind, std::span<Variant> a
                                             isPut ? nullptr : &result, &exception, &badArgument);
     if (!isPut) variables.ReadBack(arguments);  // what was changed before a failure stays changed
     if (FAILED(outcome)) throw ErrorOf(outcome, exception);
-    return FromVariant(result.Get());
+    return ValueFrom(result.Get());
 }
 
 Variant ComObject::Enumerate()
@@ -155,7 +155,7 @@ Variant ComObject::Enumerate()
         OwnedVariant item;
         ULONG fetched = 0;
         if (enumerator->Next(1, &item, &fetched) != S_OK || fetched == 0) break;
-        items.push_back(FromVariant(item.Get()));
+        items.push_back(ValueFrom(item.Get()));
     }
     return Variant(Array(std::move(items)));
 }

@@ -6,7 +6,7 @@
 namespace vmlib::com {
 
 /// An object of somebody else's, called by name: hosts' converters, controls and forms, the engine of another DLL.
-/// Arguments go by reference, as variables of the types that they have, so that typed parameters take them.
+/// Arguments of methods go by reference, as variables of a script do, and come back changed.
 class ComObject : public Object
 {
 public:

@@ -13,6 +13,7 @@
 #include "component/com/Exceptions.h"
 #include "component/com/MemberIds.h"
 #include "component/com/ServerLock.h"
+#include "component/com/TableTypeInfo.h"
 #include "component/com/TypeLibrary.h"
 
 namespace vmlib::com {
@@ -96,7 +97,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override
     {
         if (!count) return E_POINTER;
-        *count = InterfaceInfo(object_->TypeName()) ? 1 : 0;
+        *count = object_->TableOfMembers() ? 1 : 0;
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** info) override
@@ -104,8 +105,13 @@ public:
         if (!info) return E_POINTER;
         *info = nullptr;
         if (index != 0) return DISP_E_BADINDEX;
-        *info = InterfaceInfo(object_->TypeName()).Detach();
-        return *info ? S_OK : TYPE_E_ELEMENTNOTFOUND;
+        return Guarded(nullptr, [&] {
+            auto found = InterfaceInfo(object_->TypeName());
+            if (const MemberTable* const table = object_->TableOfMembers(); table && !found)
+                found = MakeTypeInfo(*table);
+            *info = found.Detach();
+            return *info ? S_OK : TYPE_E_ELEMENTNOTFOUND;
+        });
     }
     HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override
     {
@@ -132,6 +138,7 @@ public:
         if (!parameters) return E_INVALIDARG;
         // An object of an apartment: from elsewhere it is reached through a proxy.
         if (::GetCurrentThreadId() != thread_) return RPC_E_WRONG_THREAD;
+        const ComPtr<IDispatch> self(this);  // the host may release its last reference in the middle of the call
         return Guarded(exception, [&] { return Call(id, flags, *parameters, result, badArgument); });
     }
 
@@ -178,17 +185,16 @@ private:
 
     HRESULT Call(DISPID id, WORD flags, DISPPARAMS& parameters, VARIANT* result, UINT* badArgument)
     {
-        const ObjectRef kept = object_;  // the host may release it in the middle of the call
-        const auto name = MemberIds::NameOf(*kept, id);
+        const auto name = MemberIds::NameOf(*object_, id);
         if (!name) return DISP_E_MEMBERNOTFOUND;
         const auto kind = KindOf(flags);
         if (!kind) return E_INVALIDARG;
-        CallArguments arguments(*kept, *name, *kind, parameters);
+        CallArguments arguments(*object_, *name, *kind, parameters);
         if (const HRESULT fault = arguments.Check(badArgument); FAILED(fault)) return fault;
 
         Variant answer;
         try {
-            answer = kept->Invoke(*name, *kind, arguments.Values());
+            answer = object_->Invoke(*name, *kind, arguments.Values());
         } catch (...) {
             arguments.WriteBack(nullptr);  // what the member changed before it failed stays changed
             throw;

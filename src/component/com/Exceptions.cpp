@@ -7,6 +7,7 @@ namespace vmlib::com {
 namespace {
 
 constexpr std::uint32_t controlFacility = 0x800A0000;
+constexpr std::int32_t automationError = 440;
 
 /// The result code in which VB classes raise a number; a negative one is a result code already.
 SCODE CodeOf(std::int32_t number)
@@ -82,7 +83,8 @@ Error ErrorOf(HRESULT result, EXCEPINFO& exception)
         return Error(number, TextOf(number));
     }
     if (exception.pfnDeferredFillIn) exception.pfnDeferredFillIn(&exception);
-    const std::int32_t number = exception.wCode != 0 ? exception.wCode : NumberOf(exception.scode);
+    std::int32_t number = exception.wCode != 0 ? exception.wCode : NumberOf(exception.scode);
+    if (number == 0) number = automationError;  // an object that forgot to say which: still an error
     Text description = FromBstr(exception.bstrDescription);
     if (description.empty()) description = TextOf(number);
     Error error(number, std::move(description), FromBstr(exception.bstrSource));

@@ -131,32 +131,39 @@ std::optional<Text> Read(HKEY root, const Text& key)
     return result == ERROR_SUCCESS ? std::optional(FromWide(text)) : std::nullopt;
 }
 
-/// Deletes a key that has no keys below it.
-bool Delete(HKEY root, const Text& key)
+struct Content
 {
-    const LSTATUS result = ::RegDeleteKeyW(root, Wide(Text(classesPath) + key));
-    return result == ERROR_SUCCESS || result == ERROR_FILE_NOT_FOUND || result == ERROR_PATH_NOT_FOUND;
+    DWORD keys = 0, values = 0;
+};
+
+std::optional<Content> ContentOf(HKEY root, const Text& path)
+{
+    HKEY opened = nullptr;
+    if (::RegOpenKeyExW(root, Wide(path), 0, KEY_READ, &opened) != ERROR_SUCCESS) return std::nullopt;
+    Content content;
+    const LSTATUS result = ::RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &content.keys, nullptr, nullptr,
+                                              &content.values, nullptr, nullptr, nullptr, nullptr);
+    ::RegCloseKey(opened);
+    return result == ERROR_SUCCESS ? std::optional(content) : std::nullopt;
 }
 
-/// A key with something of somebody else's below it stays, and is no failure.
+/// Deletes keys in turn. One with something of somebody else's below it stays, which is no failure; the system gives
+/// the same result for it as for one that may not be deleted.
 bool DeleteAll(HKEY root, const std::vector<Text>& keys)
 {
     bool isDone = true;
-    for (const Text& key : keys)
-        if (!Delete(root, key) && Read(root, key)) isDone = isDone && ::GetLastError() != ERROR_ACCESS_DENIED;
+    for (const Text& key : keys) {
+        const Text path = Text(classesPath) + key;
+        if (::RegDeleteKeyW(root, Wide(path)) == ERROR_SUCCESS) continue;
+        if (const auto content = ContentOf(root, path); content && content->keys == 0) isDone = false;
+    }
     return isDone;
 }
 
-void DeleteIfEmpty(HKEY root, const Text& key)
+void DeleteIfEmpty(HKEY root, const Text& path)
 {
-    const Text path = Text(classesPath) + key;
-    HKEY opened = nullptr;
-    if (::RegOpenKeyExW(root, Wide(path), 0, KEY_READ, &opened) != ERROR_SUCCESS) return;
-    DWORD keys = 0, values = 0;
-    const bool isKnown = ::RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
-                                            nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-    ::RegCloseKey(opened);
-    if (isKnown && keys == 0 && values == 0) ::RegDeleteKeyW(root, Wide(path));
+    const auto content = ContentOf(root, path);
+    if (content && content->keys == 0 && content->values == 0) ::RegDeleteKeyW(root, Wide(path));
 }
 
 bool DeleteProgId(HKEY root, const Text& progId, const ServedClass& served)
@@ -208,7 +215,8 @@ HRESULT Unregister(HKEY root)
                                          version + u"\\HELPDIR", version, library});
     if (!isDone && SUCCEEDED(result)) result = SELFREG_E_TYPELIB;
     // A user's part of the registry may have had no classes at all before.
-    for (const char16_t* folder : {u"CLSID", u"Interface", u"TypeLib"}) DeleteIfEmpty(root, folder);
+    for (const char16_t* folder : {u"CLSID", u"Interface", u"TypeLib"}) DeleteIfEmpty(root, Text(classesPath) + folder);
+    DeleteIfEmpty(root, Text(classesPath.substr(0, classesPath.size() - 1)));
     return result;
 }
 

@@ -2,15 +2,22 @@
 
 #include <map>
 #include <mutex>
+#include <vector>
 
 namespace vmlib::com {
 
 namespace {
 
+struct OfThread
+{
+    std::unique_ptr<ClassRegistry> classes;
+    long uses = 0;
+};
+
 struct Registries
 {
     std::mutex mutex;
-    std::map<DWORD, std::unique_ptr<ClassRegistry>> byThread;
+    std::map<DWORD, OfThread> byThread;
 };
 
 Registries& OfServer()
@@ -26,7 +33,7 @@ ClassRegistry& ClassesOfThread()
 {
     Registries& registries = OfServer();
     const std::lock_guard lock(registries.mutex);
-    auto& classes = registries.byThread[::GetCurrentThreadId()];
+    auto& classes = registries.byThread[::GetCurrentThreadId()].classes;
     if (!classes) {
         classes = std::make_unique<ClassRegistry>();
         TheServer().registerClasses(*classes);
@@ -34,13 +41,31 @@ ClassRegistry& ClassesOfThread()
     return *classes;
 }
 
+void UseClasses(DWORD thread)
+{
+    Registries& registries = OfServer();
+    const std::lock_guard lock(registries.mutex);
+    ++registries.byThread[thread].uses;
+}
+
+void LeaveClasses(DWORD thread)
+{
+    std::map<DWORD, OfThread>::node_type released;  // outside the lock, as other DLLs may call back
+    Registries& registries = OfServer();
+    const std::lock_guard lock(registries.mutex);
+    if (--registries.byThread[thread].uses == 0 && thread == ::GetCurrentThreadId())
+        released = registries.byThread.extract(thread);
+}
+
 void ReleaseClasses()
 {
-    std::map<DWORD, std::unique_ptr<ClassRegistry>> released;  // outside the lock, as other DLLs may call back
+    std::vector<OfThread> released;
     Registries& registries = OfServer();
-    {
-        const std::lock_guard lock(registries.mutex);
-        released.swap(registries.byThread);
+    const std::lock_guard lock(registries.mutex);
+    for (auto entry = registries.byThread.begin(); entry != registries.byThread.end();) {
+        const bool isUsed = entry->second.uses > 0;  // by a thread that has come since
+        if (!isUsed) released.push_back(std::move(entry->second));
+        entry = isUsed ? std::next(entry) : registries.byThread.erase(entry);
     }
 }
 

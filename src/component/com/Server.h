@@ -33,8 +33,14 @@ const Server& TheServer();
 /// The class registry of this thread: objects belong to the thread that made them, and so does what they share.
 ClassRegistry& ClassesOfThread();
 
-/// Forgets the class registries of all threads. Called when the last object is gone, so that nothing which they keep,
-/// the engine above all, is in the way of unloading.
+/// Counts what uses a thread's class registry. With the last use it is forgotten, and with it what it keeps, the engine
+/// above all: on its own thread, before that ends. Where another thread gives up the last use it is left alone, as what
+/// it keeps may not be called there.
+void UseClasses(DWORD thread);
+void LeaveClasses(DWORD thread);
+
+/// Forgets the class registries that nothing uses, of all threads. Called when the last object is gone, so that nothing
+/// which they keep is in the way of unloading.
 void ReleaseClasses();
 
 /// The module that this code is in, and its path.

@@ -12,6 +12,18 @@ std::atomic<long> locks{0};
 
 }  // namespace
 
+ServerLock::ServerLock()
+{
+    Add();
+    UseClasses(thread_);
+}
+
+ServerLock::~ServerLock()
+{
+    LeaveClasses(thread_);
+    Remove();
+}
+
 void ServerLock::Add()
 {
     ++locks;

@@ -4,12 +4,13 @@
 
 namespace vmlib::com {
 
-/// What keeps the DLL loaded: its living objects, factories, and locks of LockServer.
+/// What keeps the DLL loaded: its living objects, factories, and locks of LockServer. One that is an object's keeps the
+/// class registry of the thread that made it, too.
 class ServerLock
 {
 public:
-    ServerLock() { Add(); }
-    ~ServerLock() { Remove(); }
+    ServerLock();
+    ~ServerLock();
     ServerLock(const ServerLock&) = delete;
     ServerLock& operator=(const ServerLock&) = delete;
 
@@ -17,6 +18,9 @@ public:
     static void Remove();
     /// True when nothing keeps it.
     static bool IsFree();
+
+private:
+    DWORD thread_ = ::GetCurrentThreadId();
 };
 
 }  // namespace vmlib::com

@@ -1,8 +1,10 @@
 // Prints the type library of a DLL as IDL, from the member tables that its classes answer calls by: there is no second
-// list of members. Run by the build; widl makes the library of it.
+// list of members. Given the word `manifest` it prints the manifest for use without registration. Run by the build;
+// widl makes the library, and both go into the DLL.
 
 #include <cstdio>
 #include <iostream>
+#include <string_view>
 
 #include "automation/MemberTable.h"
 #include "component/com/MemberIds.h"
@@ -107,13 +109,42 @@ void PrintLibrary()
     std::cout << "}\n";
 }
 
+/// The assembly has the name of the DLL, as that is the file in which programs look for it.
+void PrintManifest()
+{
+    const Server& server = TheServer();
+    std::string assembly = ToUtf8(server.libraryName);
+    for (char& letter : assembly) letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    const std::string library = "{" + TextOf(server.libraryId) + "}";
+    std::cout << R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
+  <assemblyIdentity type="win32" name=")"
+              << assembly << R"(" version="1.0.0.0" processorArchitecture=")" << (sizeof(void*) == 8 ? "amd64" : "x86")
+              << "\"/>\n  <file name=\"" << assembly << ".dll\">\n";
+    for (const ServedClass& served : server.classes) {
+        const std::string progId = ToUtf8(served.progId);
+        std::cout << "    <comClass clsid=\"{" << TextOf(served.classId) << "}\" progid=\"" << progId << "\" tlbid=\""
+                  << library << "\" threadingModel=\"Apartment\" description=\"" << ToUtf8(served.description)
+                  << "\">\n      <progid>" << progId << ".1</progid>\n    </comClass>\n";
+    }
+    std::cout << "    <typelib tlbid=\"" << library << "\" version=\"1.0\" helpdir=\"\"/>\n  </file>\n";
+    for (const ServedClass& served : server.classes)
+        std::cout << "  <comInterfaceExternalProxyStub name=\"_" << ToUtf8(served.name) << "\" iid=\"{"
+                  << TextOf(served.interfaceId) << "}\" tlbid=\"" << library
+                  << "\" proxyStubClsid32=\"{00020420-0000-0000-C000-000000000046}\"/>\n";
+    std::cout << "</assembly>\n";
+}
+
 }  // namespace
 }  // namespace vmlib::com
 
-int main()
+int main(int count, char** arguments)
 {
     try {
-        vmlib::com::PrintLibrary();
+        if (count > 1 && std::string_view(arguments[1]) == "manifest")
+            vmlib::com::PrintManifest();
+        else
+            vmlib::com::PrintLibrary();
         return std::cout.flush() ? 0 : 1;
     } catch (const std::exception& error) {
         std::cerr << error.what() << "\n";

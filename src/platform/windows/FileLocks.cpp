@@ -67,6 +67,12 @@ bool TryShare(HANDLE file, bool exclusive)
     return false;
 }
 
+std::uint64_t ByteOfPage(std::uint32_t page)
+{
+    constexpr std::uint64_t firstPage = base + (std::uint64_t{8} << 30);
+    return firstPage + page;
+}
+
 bool TryLock(HANDLE file, FileLock lock, LockMode wanted, LockMode& held)
 {
     if (wanted == held) return true;

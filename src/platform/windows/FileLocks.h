@@ -12,6 +12,7 @@
 //   1 TiB + 2     those who have it exclusively for reading (shared)
 //   1 TiB + 16    FileLock::Reading
 //   1 TiB + 17    FileLock::Writing
+//   1 TiB + 8 GiB + n   him who edits a row of page n
 //
 // Who comes announces himself, looks whether the other byte is held, and withdraws if so. Of two that come at the same
 // moment both may withdraw, never both stay; they try again.
@@ -30,6 +31,9 @@ enum class LockMode
 /// Takes a lock, or changes its mode; false when somebody else has it.
 /// @param held  in and out: the mode that this opener has it in
 bool TryLock(HANDLE file, FileLock lock, LockMode wanted, LockMode& held);
+
+/// The byte that stands for a page of a database.
+std::uint64_t ByteOfPage(std::uint32_t page);
 
 /// A byte of the file, for a moment or for as long as the handle is open; false when somebody else has it.
 bool TryLockByte(HANDLE file, std::uint64_t byte, bool exclusive);

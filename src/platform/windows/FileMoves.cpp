@@ -15,18 +15,30 @@ namespace vmlib::windows {
 
 namespace {
 
-/// The access list of one file for another, as far as the user may. Its owner is who made it, as for any copy.
-void CopyRights(const Text& from, const Text& to)
+/// What a copy has from its source where there was no file before it.
+constexpr DWORD keptAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+
+/// Somebody who has the target of a rename open is ERROR_ACCESS_DENIED to Windows, and so are missing rights. Rights are
+/// looked at first when a file is opened, so opening it tells.
+bool HasRightToDelete(const Text& path)
 {
-    PACL list = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    auto* const name = reinterpret_cast<wchar_t*>(const_cast<char16_t*>(from.c_str()));
-    if (::GetNamedSecurityInfoW(name, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr,
-                                &descriptor) != ERROR_SUCCESS)
-        return;
-    auto* const target = reinterpret_cast<wchar_t*>(const_cast<char16_t*>(to.c_str()));
-    ::SetNamedSecurityInfoW(target, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, list, nullptr);
-    ::LocalFree(descriptor);
+    constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const Handle file(
+        ::CreateFileW(Wide(path), DELETE, shareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file || ::GetLastError() != ERROR_ACCESS_DENIED;
+}
+
+/// Renames, and says how that went.
+DWORD MoveOnto(const Text& from, const Text& to, bool replaces, std::chrono::milliseconds patience)
+{
+    const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
+    DWORD error = ERROR_SUCCESS;
+    RetryFor(patience, [&] {
+        error = ::MoveFileExW(Wide(from), Wide(to), flags) ? ERROR_SUCCESS : ::GetLastError();
+        if (error == ERROR_ACCESS_DENIED && replaces && HasRightToDelete(to)) error = ERROR_SHARING_VIOLATION;
+        return !IsInUse(error);
+    });
+    return error;
 }
 
 /// A file that is deleted again unless it takes its name.
@@ -49,7 +61,9 @@ public:
     ~UnfinishedCopy()
     {
         file_.Close();
-        if (!path_.empty()) ::DeleteFileW(Wide(path_));
+        if (path_.empty()) return;
+        ::SetFileAttributesW(Wide(path_), FILE_ATTRIBUTE_NORMAL);
+        ::DeleteFileW(Wide(path_));
     }
     UnfinishedCopy(const UnfinishedCopy&) = delete;
     UnfinishedCopy& operator=(const UnfinishedCopy&) = delete;
@@ -69,17 +83,18 @@ public:
         file_.Close();
     }
 
-    bool TakeName(bool replaces)
+    /// False when somebody else has taken a name that was free.
+    bool TakeName(bool replaces, DWORD attributes, std::chrono::milliseconds patience)
     {
-        if (replaces) CopyRights(target_, path_);
-        const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
-        if (::MoveFileExW(Wide(path_), Wide(target_), flags)) {
-            path_.clear();
-            return true;
-        }
-        const DWORD error = ::GetLastError();
+        if (replaces)
+            CopyRights(target_, path_);
+        else if (attributes & keptAttributes)
+            ::SetFileAttributesW(Wide(path_), attributes & keptAttributes);
+        const DWORD error = MoveOnto(path_, target_, replaces, patience);
         if (!replaces && (error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS)) return false;
-        throw SystemFailure(error, target_);
+        if (error != ERROR_SUCCESS) throw SystemFailure(error, target_);
+        path_.clear();
+        return true;
     }
 
 private:
@@ -106,6 +121,19 @@ Handle HoldForCopy(const Text& path, std::chrono::milliseconds patience)
 
 }  // namespace
 
+void CopyRights(const Text& from, const Text& to)
+{
+    // Word for word, with what the file has inherited: these functions derive nothing anew from a folder.
+    DWORD size = 0;
+    constexpr SECURITY_INFORMATION all =
+        OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION;
+    ::GetFileSecurityW(Wide(from), all, nullptr, 0, &size);
+    std::vector<std::uint8_t> rights(size);
+    if (size == 0 || !::GetFileSecurityW(Wide(from), all, rights.data(), size, &size)) return;
+    ::SetFileSecurityW(Wide(to), DACL_SECURITY_INFORMATION, rights.data());
+    ::SetFileSecurityW(Wide(to), OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION, rights.data());
+}
+
 std::optional<DWORD> AttributesOf(const Text& path)
 {
     const DWORD attributes = ::GetFileAttributesW(Wide(path));
@@ -113,8 +141,10 @@ std::optional<DWORD> AttributesOf(const Text& path)
     const DWORD error = ::GetLastError();
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return std::nullopt;
     const FileError failure = SystemFailure(error, path);
-    // A drive or a server that is not there holds no file either.
-    if (failure.Fault() == FileFault::PathNotFound || failure.Fault() == FileFault::NotFound) return std::nullopt;
+    // A drive or a server that is not there holds no file either, and there is none of a name that cannot be.
+    const FileFault fault = failure.Fault();
+    if (fault == FileFault::PathNotFound || fault == FileFault::NotFound || fault == FileFault::InvalidName)
+        return std::nullopt;
     throw failure;
 }
 
@@ -134,16 +164,18 @@ void RequireReplaceable(const Text& path, std::chrono::milliseconds patience)
     if (!held) throw LastFailure(path);
 }
 
-bool CopyTo(const Text& from, const Text& to, bool replaces, std::chrono::milliseconds patience)
+bool CopyTo(const Text& from, const Text& to, Target target, std::chrono::milliseconds patience)
 {
     const Handle source = HoldForCopy(from, patience);
+    const bool replaces = target == Target::Replaced;
     if (replaces) RequireReplaceable(to, patience);
     UnfinishedCopy copy(to);
     copy.Fill(source.Get());
-    return copy.TakeName(replaces);
+    const DWORD attributes = target == Target::LikeSource ? AttributesOf(from).value_or(0) : 0;
+    return copy.TakeName(replaces, attributes, patience);
 }
 
-void TakeName(const Text& from, const Text& to)
+void TakeName(const Text& from, const Text& to, std::chrono::milliseconds patience)
 {
     {
         const Handle source(::CreateFileW(Wide(from), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
@@ -152,7 +184,8 @@ void TakeName(const Text& from, const Text& to)
     }
     CopyRights(to, from);
     // ReplaceFile has a moment, and error codes, in which neither file has the name; this has none.
-    if (!::MoveFileExW(Wide(from), Wide(to), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) throw LastFailure(to);
+    const DWORD error = MoveOnto(from, to, true, patience);
+    if (error != ERROR_SUCCESS) throw SystemFailure(error, to);
 }
 
 bool OnOneVolume(const Text& left, const Text& right)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 #include "platform/Message.h"
 #include "platform/windows/Wide.h"
@@ -44,10 +45,43 @@ int Pixels(double twips, double perPixel)
     return static_cast<int>(std::lround(twips / perPixel));
 }
 
+void WakeLoop()
+{
+    ::PostThreadMessageW(::GetCurrentThreadId(), WM_NULL, 0, 0);
+}
+
 bool IsHeld(int key)
 {
     return (::GetKeyState(key) & 0x8000) != 0;
 }
+
+/// The window class, for as long as there is a form in any thread: a DLL that is unloaded leaves none that points into
+/// it, and no form takes the class away under another.
+class WindowClass
+{
+public:
+    static void Add(WNDPROC procedure)
+    {
+        const std::lock_guard lock(mutex_);
+        if (forms_++ > 0) return;
+        WNDCLASSW kind = {};
+        kind.lpfnWndProc = procedure;
+        kind.hInstance = ThisModule();
+        kind.lpszClassName = className;
+        kind.hCursor = ::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
+        kind.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<std::intptr_t>(COLOR_BTNFACE + 1));
+        ::RegisterClassW(&kind);
+    }
+    static void Remove()
+    {
+        const std::lock_guard lock(mutex_);
+        if (--forms_ == 0) ::UnregisterClassW(className, ThisModule());
+    }
+
+private:
+    static inline std::mutex mutex_;
+    static inline int forms_ = 0;
+};
 
 /// The window that waits for the answer takes no input meanwhile, as behind any message box.
 class DisabledOwner
@@ -71,15 +105,9 @@ private:
 }  // namespace
 
 MessageForm::MessageForm(FormLayout layout, const GdiMeasures& measures)
-    : layout_(std::move(layout)), font_(measures.Make(layout_.font))
+    : layout_(std::move(layout)), font_(measures.Make(layout_.font)), focus_(layout_.focus)
 {
-    WNDCLASSW kind = {};
-    kind.lpfnWndProc = Procedure;
-    kind.hInstance = ThisModule();
-    kind.lpszClassName = className;
-    kind.hCursor = ::LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
-    kind.hbrBackground = reinterpret_cast<HBRUSH>(static_cast<std::intptr_t>(COLOR_BTNFACE + 1));
-    ::RegisterClassW(&kind);  // there already, after the first form
+    WindowClass::Add(Procedure);
     if (Create(const_cast<GdiMeasures&>(measures))) {
         AddIcon();
         AddText();
@@ -90,8 +118,7 @@ MessageForm::MessageForm(FormLayout layout, const GdiMeasures& measures)
 MessageForm::~MessageForm()
 {
     if (window_) ::DestroyWindow(window_);
-    // The class goes with the last form: a DLL that is unloaded leaves none that points into it.
-    ::UnregisterClassW(className, ThisModule());
+    WindowClass::Remove();
     if (font_) ::DeleteObject(font_);
 }
 
@@ -158,8 +185,8 @@ std::optional<std::int32_t> MessageForm::Ask()
             ::PostQuitMessage(static_cast<int>(message.wParam));
             return std::nullopt;
         }
-        const bool isOurs = message.hwnd == window_ || ::IsChild(window_, message.hwnd);
-        if (isOurs && (TakeKey(message) || TakeCharacter(message))) continue;
+        const bool isOurs = message.hwnd && (message.hwnd == window_ || ::IsChild(window_, message.hwnd));
+        if (isOurs && (answer_ || TakeKey(message) || TakeCharacter(message))) continue;
         ::TranslateMessage(&message);
         ::DispatchMessageW(&message);
     }
@@ -204,14 +231,14 @@ bool MessageForm::TakeCharacter(const MSG& message)
         return AccessKey(button.caption) == key;
     });
     if (found == buttons.end()) return !withAlt;  // with Alt it may be the window menu's
-    answer_ = found->answer;
+    Take(found->answer);
     return true;
 }
 
 std::size_t MessageForm::FocusedButton() const
 {
     const auto found = std::find(buttons_.begin(), buttons_.end(), ::GetFocus());
-    return found == buttons_.end() ? layout_.focus : static_cast<std::size_t>(found - buttons_.begin());
+    return found == buttons_.end() ? focus_ : static_cast<std::size_t>(found - buttons_.begin());
 }
 
 void MessageForm::MoveFocus(bool forward)
@@ -226,7 +253,15 @@ void MessageForm::MoveFocus(bool forward)
 
 void MessageForm::Press(std::size_t index)
 {
-    if (index < layout_.buttons.size()) answer_ = layout_.buttons[index].answer;
+    if (index < layout_.buttons.size()) Take(layout_.buttons[index].answer);
+}
+
+/// The first answer counts. One that a sent message brought wakes the loop, which waits for a posted one.
+void MessageForm::Take(std::int32_t answer)
+{
+    if (answer_) return;
+    answer_ = answer;
+    ::PostMessageW(window_, WM_NULL, 0, 0);
 }
 
 LRESULT CALLBACK MessageForm::Procedure(HWND window, UINT message, WPARAM first, LPARAM second)
@@ -242,11 +277,19 @@ LRESULT CALLBACK MessageForm::Procedure(HWND window, UINT message, WPARAM first,
             if (HIWORD(first) == BN_CLICKED && LOWORD(first) >= firstButton)
                 form->Press(static_cast<std::size_t>(LOWORD(first) - firstButton));
             return 0;
+        // Who comes back from another window finds the focus where he left it.
+        case WM_ACTIVATE:
+            if (LOWORD(first) == WA_INACTIVE) form->focus_ = form->FocusedButton();
+            break;
+        case WM_SETFOCUS:
+            if (form->focus_ < form->buttons_.size()) ::SetFocus(form->buttons_[form->focus_]);
+            return 0;
         case WM_CLOSE:
-            if (form->layout_.canClose) form->answer_ = form->layout_.closeAnswer;
+            if (form->layout_.canClose) form->Take(form->layout_.closeAnswer);
             return 0;
         case WM_NCDESTROY:  // by somebody else, or by the destructor
             form->window_ = nullptr;
+            WakeLoop();
             break;
         default:
             break;

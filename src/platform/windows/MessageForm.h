@@ -34,12 +34,15 @@ private:
     bool TakeCharacter(const MSG& message);
     void MoveFocus(bool forward);
     void Press(std::size_t index);
+    void TakeAnswer(std::int32_t answer);
+    void Take(std::int32_t answer);
     std::size_t FocusedButton() const;
 
     FormLayout layout_;
     HFONT font_ = nullptr;
     HWND window_ = nullptr;
     std::vector<HWND> buttons_;
+    std::size_t focus_;  // the button that has the keyboard, or had it when another window took it
     std::optional<std::int32_t> answer_;
 };
 

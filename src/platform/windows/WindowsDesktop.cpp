@@ -39,8 +39,8 @@ std::int16_t WindowsDesktop::MessageBox(TextView text, std::int32_t style, TextV
     const HWND owner = ::GetActiveWindow();
     const UINT flags = static_cast<UINT>(style) | (owner ? 0 : MB_TASKMODAL);
     const int answer = ::MessageBoxW(owner, Wide(Text(text)), Wide(Text(title)), flags);
-    // 0: it could not be shown.
-    return static_cast<std::int16_t>(answer != 0 ? answer : SafeAnswer(StandardMessage(text, style, title)));
+    // Otherwise it could not be shown.
+    return static_cast<std::int16_t>(answer > 0 ? answer : SafeAnswer(StandardMessage(text, style, title)));
 }
 
 std::int32_t WindowsDesktop::ShowForm(const Message& message, const Layouter& layOut)
@@ -123,8 +123,8 @@ Size WindowsDesktop::TextExtent(std::int32_t deviceContext, TextView text)
 
 bool WindowsDesktop::OpenHelp(std::int32_t window, TextView file, std::int32_t command, std::int32_t data)
 {
-    return ::WinHelpW(HandleOf<HWND>(window), Wide(Text(file)), static_cast<UINT>(command),
-                      static_cast<ULONG_PTR>(static_cast<std::intptr_t>(data))) != 0;
+    return HasScreen() && ::WinHelpW(HandleOf<HWND>(window), Wide(Text(file)), static_cast<UINT>(command),
+                                     static_cast<ULONG_PTR>(static_cast<std::intptr_t>(data)));
 }
 
 }  // namespace vmlib::windows

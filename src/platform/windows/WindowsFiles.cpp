@@ -42,12 +42,24 @@ Handle OpenForFacts(const Text& path)
     return Handle(::CreateFileW(Wide(path), 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
+/// What share modes do not say of the others; the handle keeps what it takes.
+bool MayStay(HANDLE file, const Text& path, const FileOpenRequest& request)
+{
+    const bool writes = request.access == FileAccess::ReadWrite;
+    const bool isShared = request.sharing == FileSharing::Shared;
+    if ((isShared || !writes) && !TryShare(file, !isShared)) return false;
+    return !(isShared && writes && HasForeignUsers(path));
+}
+
 [[noreturn]] void ThrowOpening(DWORD error, const Text& path)
 {
     const auto attributes = AttributesOf(path);
     if (attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY))
         throw FileError(FileFault::AccessDenied, path, "not a file");
-    throw SystemFailure(error, path);
+    // Not every system tells a missing folder from a missing file.
+    const Text folder = path.substr(0, path.rfind(u'\\') + 1);
+    const bool hasNoFolder = error == ERROR_FILE_NOT_FOUND && !folder.empty() && !AttributesOf(folder);
+    throw SystemFailure(hasNoFolder ? ERROR_PATH_NOT_FOUND : error, path);
 }
 
 /// By its last name, where it has short ones.
@@ -90,14 +102,21 @@ std::unique_ptr<OpenFile> WindowsFiles::TryOpen(const Text& path, const FileOpen
     const bool truncates = request.creation == FileCreation::CreateOrTruncate;
     const bool writes = truncates || request.access == FileAccess::ReadWrite;
     // Emptied only when nobody else is there, then shared as asked for.
-    const DWORD share = truncates ? 0 : ShareModeOf(request);
-    Handle file(::CreateFileW(Wide(path), writes ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ, share, nullptr,
+    const DWORD shareMode = truncates ? 0 : ShareModeOf(request);
+    Handle file(::CreateFileW(Wide(path), writes ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ, shareMode, nullptr,
                               CreationOf(request.creation), FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD outcome = ::GetLastError();
     if (!file) {
-        const DWORD error = ::GetLastError();
-        if (IsInUse(error)) return nullptr;
-        ThrowOpening(error, path);
+        if (IsInUse(outcome)) return nullptr;
+        ThrowOpening(outcome, path);
     }
+    const bool creates = request.creation == FileCreation::CreateNew || (truncates && outcome != ERROR_ALREADY_EXISTS);
+    if (creates && !request.permissionsOf.empty()) CopyRights(FullPath(request.permissionsOf), path);
+    // A user who may do everything may write it, too, and shall not.
+    FILE_BASIC_INFO facts = {};
+    const bool isKnown = ::GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &facts, sizeof facts) != 0;
+    if (writes && isKnown && (facts.FileAttributes & FILE_ATTRIBUTE_READONLY))
+        throw FileError(FileFault::AccessDenied, path, "read-only");
     if (truncates) {
         if (!::SetEndOfFile(file.Get())) throw LastFailure(path);
         if (ShareModeOf(request) != 0) {
@@ -107,10 +126,9 @@ std::unique_ptr<OpenFile> WindowsFiles::TryOpen(const Text& path, const FileOpen
             return TryOpen(path, again);
         }
     }
-    const bool readsAlone = request.sharing == FileSharing::Exclusive && !writes;
-    const bool isShared = request.sharing == FileSharing::Shared;
-    if ((readsAlone || isShared) && !TryShare(file.Get(), readsAlone)) return nullptr;
-    if (isShared && writes && HasForeignUsers(path)) return nullptr;
+    // A file that this call made must not be looked for a second time: it would now exist.
+    const auto share = [&] { return MayStay(file.Get(), path, request); };
+    if (creates ? !RetryFor(patience_, share) : !share()) return nullptr;
 
     auto opened = std::make_unique<WindowsOpenFile>(std::move(file), path, request.access);
     if (!request.listedAs.empty()) opened->Keep(UserListPlace::Take(path, request.listedAs));
@@ -124,6 +142,7 @@ std::optional<DatabaseUser> WindowsFiles::FirstUser(TextView path)
 
 std::optional<FileFacts> WindowsFiles::Facts(TextView path)
 {
+    if (path.empty() || path.find(u'\0') != TextView::npos) return std::nullopt;
     const Text full = FullPath(path);
     if (!AttributesOf(full)) return std::nullopt;
     const Handle file = OpenForFacts(full);
@@ -179,11 +198,13 @@ std::optional<Text> WindowsFiles::NetworkName(TextView drive)
 
 void WindowsFiles::Delete(TextView path)
 {
-    // Nobody here lets a file be deleted while he has it open.
+    // Not by DeleteFile: where somebody lets it, as virus scanners do, the file would keep its name until he closes it.
     const Text full = FullPath(path);
     DWORD error = ERROR_SUCCESS;
     RetryFor(patience_, [&] {
-        error = ::DeleteFileW(Wide(full)) ? ERROR_SUCCESS : ::GetLastError();
+        const Handle held(::CreateFileW(Wide(full), DELETE, 0, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
+        error = held ? ERROR_SUCCESS : ::GetLastError();
         return !IsInUse(error);
     });
     if (error != ERROR_SUCCESS) ThrowOpening(error, full);
@@ -199,7 +220,7 @@ void WindowsFiles::Rename(TextView from, TextView to)
         return !IsInUse(error);
     });
     if (error == ERROR_NOT_SAME_DEVICE) {
-        if (!CopyTo(source, target, false, patience_)) throw FileError(FileFault::Exists, to);
+        if (!CopyTo(source, target, Target::LikeSource, patience_)) throw FileError(FileFault::Exists, to);
         Delete(from);
         return;
     }
@@ -211,7 +232,7 @@ void WindowsFiles::Copy(TextView from, TextView to)
 {
     const Text source = FullPath(from), target = FullPath(to);
     for (int attempt = 0; attempt < 3; ++attempt)
-        if (CopyTo(source, target, AttributesOf(target).has_value(), patience_)) return;
+        if (CopyTo(source, target, AttributesOf(target) ? Target::Replaced : Target::LikeSource, patience_)) return;
     throw FileError(FileFault::SharingViolation, to);
 }
 
@@ -221,13 +242,15 @@ void WindowsFiles::Replace(TextView from, TextView to)
     if (EqualIgnoringCase(source, target))
         throw FileError(FileFault::SharingViolation, to, "a file cannot replace itself");
     RequireReplaceable(source, patience_);
-    if (AttributesOf(target) && OnOneVolume(source, target)) {
-        RequireReplaceable(target, patience_);
-        return TakeName(source, target);
+    for (int attempt = 0;; ++attempt) {
+        const bool replaces = AttributesOf(target).has_value();
+        if (replaces && OnOneVolume(source, target)) {
+            RequireReplaceable(target, patience_);
+            return TakeName(source, target, patience_);
+        }
+        if (CopyTo(source, target, replaces ? Target::Replaced : Target::New, patience_)) break;
+        if (attempt == 2) throw FileError(FileFault::SharingViolation, to);
     }
-    // A name that was free gets the rights of any new file there.
-    if (!CopyTo(source, target, AttributesOf(target).has_value(), patience_))
-        throw FileError(FileFault::SharingViolation, to);
     Delete(from);
 }
 

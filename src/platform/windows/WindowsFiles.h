@@ -8,7 +8,8 @@
 namespace vmlib::windows {
 
 /// Files by the wide functions of Windows. Path text is what Windows takes, so both translations only change the
-/// encoding, and drives are those of the system.
+/// encoding, and drives are those of the system. A temporary file is as private as its folder, which on Windows is the
+/// user's own.
 class WindowsFiles : public Files
 {
 public:

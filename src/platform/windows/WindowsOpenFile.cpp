@@ -114,6 +114,25 @@ void WindowsOpenFile::Unlock(FileLock lock)
     TryLock(file_.Get(), lock, LockMode::None, held_[static_cast<std::size_t>(lock)]);
 }
 
+bool WindowsOpenFile::LockPage(std::uint32_t page, int milliseconds)
+{
+    if (lockedPages_.contains(page)) return true;
+    const auto lock = [&] { return TryLockByte(file_.Get(), ByteOfPage(page), true); };
+    if (!RetryFor(std::chrono::milliseconds(milliseconds), lock)) return false;
+    lockedPages_.insert(page);
+    return true;
+}
+
+void WindowsOpenFile::UnlockPage(std::uint32_t page)
+{
+    if (lockedPages_.erase(page) > 0) UnlockByte(file_.Get(), ByteOfPage(page));
+}
+
+bool WindowsOpenFile::IsPageLocked(std::uint32_t page)
+{
+    return !lockedPages_.contains(page) && AreLockedByAnother(file_.Get(), ByteOfPage(page), 1);
+}
+
 void WindowsOpenFile::OnCopy(std::function<void()> writeBack)
 {
     WriteBacks::Set(*this, std::move(writeBack));

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <set>
 
 #include "platform/Files.h"
 #include "platform/windows/FileLocks.h"
@@ -30,6 +31,9 @@ public:
     const Text& Path() const override { return path_; }
     bool Lock(FileLock lock, bool exclusive, int milliseconds) override;
     void Unlock(FileLock lock) override;
+    bool LockPage(std::uint32_t page, int milliseconds) override;
+    void UnlockPage(std::uint32_t page) override;
+    bool IsPageLocked(std::uint32_t page) override;
     void OnCopy(std::function<void()> writeBack) override;
 
     /// On the list of the file's users for as long as this is open.
@@ -43,7 +47,8 @@ private:
     FileAccess access_;
     FileIdentity identity_;
     std::unique_ptr<UserListPlace> place_;
-    std::array<LockMode, 2> held_{};  // by FileLock
+    std::array<LockMode, 2> held_{};       // by FileLock
+    std::set<std::uint32_t> lockedPages_;  // locks of one handle are in each other's way
     bool syncFailed_ = false;
 };
 

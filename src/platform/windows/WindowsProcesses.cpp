@@ -10,26 +10,24 @@ namespace vmlib::windows {
 
 namespace {
 
+constexpr std::size_t longestCommandLine = 32'766;
+
 ErrorNumber NumberOf(DWORD error)
 {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:
         case ERROR_PATH_NOT_FOUND:
         case ERROR_INVALID_NAME:
-        case ERROR_INVALID_PARAMETER:  // an empty command line
+        case ERROR_INVALID_DRIVE:
+        case ERROR_BAD_NETPATH:
+        case ERROR_BAD_NET_NAME:
             return ErrorNumber::FileNotFound;
         case ERROR_NOT_ENOUGH_MEMORY:
         case ERROR_OUTOFMEMORY:
         case ERROR_COMMITMENT_LIMIT:
             return ErrorNumber::OutOfMemory;
-        case ERROR_ACCESS_DENIED:
-        case ERROR_BAD_EXE_FORMAT:
-        case ERROR_EXE_MACHINE_TYPE_MISMATCH:
-        case 740L:  // it asks for an administrator
-        case ERROR_SHARING_VIOLATION:
+        default:  // rights, no program, one of another machine, one that asks for an administrator
             return ErrorNumber::PathFileAccess;
-        default:
-            return ErrorNumber::Internal;
     }
 }
 
@@ -38,6 +36,9 @@ ErrorNumber NumberOf(DWORD error)
 std::int32_t WindowsProcesses::Start(TextView commandLine, std::int16_t windowStyle)
 {
     Text line(commandLine.substr(0, commandLine.find(u'\0')));  // the function writes into it
+    const bool isBlank = line.find_first_not_of(u" \t") == Text::npos;
+    if (isBlank || line.size() > longestCommandLine)
+        throw Error(isBlank ? ErrorNumber::FileNotFound : ErrorNumber::OutOfMemory);
     STARTUPINFOW start = {};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESHOWWINDOW;
@@ -52,22 +53,21 @@ std::int32_t WindowsProcesses::Start(TextView commandLine, std::int16_t windowSt
     const auto id = static_cast<std::int32_t>(process.dwProcessId);
     const std::lock_guard lock(mutex_);
     std::erase_if(started_,
-                  [](const auto& entry) { return ::WaitForSingleObject(entry.second.Get(), 0) == WAIT_OBJECT_0; });
-    started_[id] = Handle(process.hProcess);
+                  [](const auto& entry) { return ::WaitForSingleObject(entry.second->Get(), 0) == WAIT_OBJECT_0; });
+    started_[id] = std::make_shared<Handle>(process.hProcess);
     return id;
 }
 
 void WindowsProcesses::WaitFor(std::int32_t process)
 {
-    Handle waited;
+    std::shared_ptr<Handle> waited;
     {
         const std::lock_guard lock(mutex_);
         const auto found = started_.find(process);
-        if (found == started_.end()) return;  // ended, and somebody has asked since
-        waited = std::move(found->second);
-        started_.erase(found);
+        if (found == started_.end()) return;  // none of ours, or ended before the last one was started
+        waited = found->second;
     }
-    ::WaitForSingleObject(waited.Get(), INFINITE);
+    ::WaitForSingleObject(waited->Get(), INFINITE);
 }
 
 void WindowsProcesses::EndApplication()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <mutex>
 
 #include "platform/Processes.h"
@@ -18,7 +19,8 @@ public:
 
 private:
     std::mutex mutex_;
-    std::map<std::int32_t, Handle> started_;  // as long as a handle is open its number means nothing else
+    std::map<std::int32_t, std::shared_ptr<Handle>>
+        started_;  // as long as a handle is open its number means nothing else
 };
 
 }  // namespace vmlib::windows

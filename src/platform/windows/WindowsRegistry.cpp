@@ -22,6 +22,21 @@ RegistryHandle NumberOf(HKEY key)
     return static_cast<RegistryHandle>(reinterpret_cast<std::intptr_t>(key));
 }
 
+/// Elsewhere than in the functions that open, Windows may take such a path.
+bool IsBadPath(const Text& path)
+{
+    return path.starts_with(u'\\');
+}
+
+/// A handle need not have the right that this asks for.
+void Flush(HKEY key)
+{
+    HKEY readable = nullptr;
+    if (::RegOpenKeyExW(key, L"", 0, KEY_QUERY_VALUE, &readable) != ERROR_SUCCESS) return;
+    ::RegFlushKey(readable);
+    ::RegCloseKey(readable);
+}
+
 bool IsText(DWORD type)
 {
     return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
@@ -70,7 +85,9 @@ std::int32_t CopyName(const Text& from, std::size_t room, Text& name)
 std::int32_t WindowsRegistry::OpenKey(RegistryHandle key, TextView path, std::uint32_t access, RegistryHandle& opened)
 {
     HKEY found = nullptr;
-    const LSTATUS result = ::RegOpenKeyExW(KeyOf(key), Wide(AnsiText(path)), 0, access, &found);
+    const Text name = AnsiText(path);
+    if (IsBadPath(name)) return registryBadPath;
+    const LSTATUS result = ::RegOpenKeyExW(KeyOf(key), Wide(name), 0, access, &found);
     if (result == ERROR_SUCCESS) opened = NumberOf(found);
     return result;
 }
@@ -79,8 +96,7 @@ std::int32_t WindowsRegistry::CreateKey(RegistryHandle key, TextView path, std::
 {
     HKEY found = nullptr;
     const Text name = AnsiText(path);
-    // Elsewhere the functions accept it and make a key without a name.
-    if (name.starts_with(u'\\')) return registryBadPath;
+    if (IsBadPath(name)) return registryBadPath;
     const LSTATUS result = ::RegCreateKeyExW(KeyOf(key), Wide(name), 0, nullptr, REG_OPTION_NON_VOLATILE, access,
                                              nullptr, &found, nullptr);
     if (result == ERROR_SUCCESS) opened = NumberOf(found);
@@ -95,6 +111,7 @@ std::int32_t WindowsRegistry::CloseKey(RegistryHandle key)
 std::int32_t WindowsRegistry::DeleteKey(RegistryHandle key, TextView path)
 {
     const Text name = AnsiText(path);
+    if (IsBadPath(name)) return registryBadPath;
     if (name.empty()) return registryAccessDenied;  // it would be the key itself
     return ::RegDeleteKeyW(KeyOf(key), Wide(name));
 }
@@ -117,7 +134,7 @@ std::int32_t WindowsRegistry::SetValue(RegistryHandle key, TextView name, std::u
         result = ::RegSetValueExW(KeyOf(key), Wide(valueName), 0, type, reinterpret_cast<const BYTE*>(data.data()),
                                   static_cast<DWORD>(data.size()));
     }
-    if (result == ERROR_SUCCESS) ::RegFlushKey(KeyOf(key));
+    if (result == ERROR_SUCCESS) Flush(KeyOf(key));
     return result;
 }
 

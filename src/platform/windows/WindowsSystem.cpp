@@ -13,6 +13,21 @@ Text LocalePart(LCTYPE part)
     return ::GetLocaleInfoW(LOCALE_USER_DEFAULT, part, text, 16) > 0 ? FromWide(text) : Text();
 }
 
+/// Windows takes a name that is missing as the wish for a list of all of them, and a missing file as one of its own.
+struct ProfilePlace
+{
+    ProfilePlace(TextView inSection, TextView ofKey, TextView inFile)
+        : section(AnsiText(inSection)), key(AnsiText(ofKey)), file(inFile.substr(0, inFile.find(u'\0')))
+    {
+    }
+    bool IsComplete() const
+    {
+        const auto isBlank = [](const Text& name) { return name.find_first_not_of(u" \t") == Text::npos; };
+        return !isBlank(section) && !isBlank(key) && !isBlank(file);
+    }
+    Text section, key, file;
+};
+
 }  // namespace
 
 std::optional<Text> WindowsSystem::UserName()
@@ -63,21 +78,24 @@ std::optional<Text> WindowsSystem::WindowsFolder()
 
 Text WindowsSystem::ProfileText(TextView section, TextView key, TextView defaultText, std::size_t room, TextView file)
 {
-    // Windows takes an empty or a missing name as the wish for a list of all of them.
-    const Text sectionName = AnsiText(section), keyName = AnsiText(key), plain = AnsiText(defaultText);
+    const Text plain(TrimRight(AnsiText(defaultText)));
     if (room == 0) return {};
+    const ProfilePlace place(section, key, file);
+    if (!place.IsComplete()) return plain.substr(0, room - 1);
     Text value(room, u'\0');
-    const DWORD length = ::GetPrivateProfileStringW(Wide(sectionName), Wide(keyName), Wide(plain),
+    const DWORD length = ::GetPrivateProfileStringW(Wide(place.section), Wide(place.key), Wide(plain),
                                                     reinterpret_cast<wchar_t*>(value.data()), static_cast<DWORD>(room),
-                                                    Wide(Text(file)));
+                                                    Wide(place.file));
     value.resize(length);
     return value;
 }
 
 std::int32_t WindowsSystem::ProfileNumber(TextView section, TextView key, std::int32_t defaultNumber, TextView file)
 {
+    const ProfilePlace place(section, key, file);
+    if (!place.IsComplete()) return defaultNumber;
     return static_cast<std::int32_t>(
-        ::GetPrivateProfileIntW(Wide(AnsiText(section)), Wide(AnsiText(key)), defaultNumber, Wide(Text(file))));
+        ::GetPrivateProfileIntW(Wide(place.section), Wide(place.key), defaultNumber, Wide(place.file)));
 }
 
 }  // namespace vmlib::windows
