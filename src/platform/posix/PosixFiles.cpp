@@ -124,7 +124,9 @@ std::unique_ptr<OpenFile> PosixFiles::TryOpen(TextView path, const FileOpenReque
     auto file = std::make_unique<PosixOpenFile>(std::move(descriptor), Text(path), request.access,
                                                 creates && !request.temporary ? native.Folder() : std::string(),
                                                 IsScratch(native.path));
-    if (!request.listedAs.empty()) file->Keep(UserListPlace::Take(drives_, path, request.listedAs));
+    // Into a scratch folder nobody else may come.
+    if (!request.listedAs.empty() && !IsScratch(native.path))
+        file->Keep(UserListPlace::Take(drives_, path, request.listedAs));
     return file;
 }
 
