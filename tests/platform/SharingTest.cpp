@@ -10,33 +10,16 @@
 
 #include "platform/posix/Descriptor.h"
 #include "platform/posix/PosixFiles.h"
+#include "support/SharingTable.h"
 #include "support/TemporaryFolder.h"
 
 namespace vmlib {
 namespace {
 
+using test::mayOpen;
+using test::Opening;
+using test::openings;
 using test::TemporaryFolder;
-
-struct Opening
-{
-    const char* name;
-    FileOpenRequest request;
-};
-
-constexpr Opening openings[] = {
-    {"shared read", {FileAccess::Read, FileSharing::Shared}},
-    {"shared write", {FileAccess::ReadWrite, FileSharing::Shared}},
-    {"exclusive write", {FileAccess::ReadWrite, FileSharing::Exclusive}},
-    {"exclusive read", {FileAccess::Read, FileSharing::Exclusive}},
-};
-
-/// The table in Files.h; rows: held, columns: asked for.
-constexpr bool allowed[4][4] = {
-    {true, true, false, false},
-    {true, true, false, false},
-    {false, false, false, false},
-    {false, false, false, true},
-};
 
 /// A child process that does one thing, says so, and lives until it is killed or let go.
 class Child
@@ -126,7 +109,7 @@ TEST_F(SharingTest, TableHoldsWithinOneProcess)
     for (std::size_t held = 0; held < 4; ++held) {
         const auto file = files_.Open(path_, openings[held].request);
         for (std::size_t asked = 0; asked < 4; ++asked)
-            EXPECT_EQ(CanOpen(openings[asked].request), allowed[held][asked])
+            EXPECT_EQ(CanOpen(openings[asked].request), mayOpen[held][asked])
                 << openings[held].name << ", then " << openings[asked].name;
     }
 }
@@ -137,7 +120,7 @@ TEST_F(SharingTest, TableHoldsBetweenProcessesAndEndsWithAKilledOne)
         Child other = Holding(openings[held].request);
         ASSERT_EQ(other.Answer(), '+');
         for (std::size_t asked = 0; asked < 4; ++asked)
-            EXPECT_EQ(CanOpen(openings[asked].request), allowed[held][asked])
+            EXPECT_EQ(CanOpen(openings[asked].request), mayOpen[held][asked])
                 << openings[held].name << ", then " << openings[asked].name;
         other.Kill();
         EXPECT_TRUE(CanOpen(openings[2].request)) << "after " << openings[held].name << " was killed";

@@ -10,27 +10,10 @@ namespace vmlib::com {
 
 namespace {
 
-class ClassFactory final : public IClassFactory
+class ClassFactory final : public Counted<IClassFactory>
 {
 public:
     explicit ClassFactory(const ServedClass& served) : served_(served) {}
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** found) override
-    {
-        if (!found) return E_POINTER;
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IClassFactory;
-        *found = isKnown ? this : nullptr;
-        if (!isKnown) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const LONG left = ::InterlockedDecrement(&references_);
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID wanted, void** object) override
     {
@@ -63,7 +46,6 @@ public:
 private:
     ServerLock lock_;
     const ServedClass& served_;
-    LONG references_ = 1;
 };
 
 }  // namespace

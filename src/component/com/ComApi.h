@@ -85,4 +85,33 @@ private:
     T* object_ = nullptr;
 };
 
+/// The part of an object with one interface that is the same for all of them. Begins with one reference, the maker's.
+template <class Interface>
+class Counted : public Interface
+{
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** found) override
+    {
+        if (!found) return E_POINTER;
+        const bool isKnown = wanted == IID_IUnknown || wanted == __uuidof(Interface);
+        *found = isKnown ? this : nullptr;
+        if (!isKnown) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        const LONG left = ::InterlockedDecrement(&references_);
+        if (left == 0) delete this;
+        return static_cast<ULONG>(left);
+    }
+
+protected:
+    virtual ~Counted() = default;
+
+private:
+    LONG references_ = 1;
+};
+
 }  // namespace vmlib::com

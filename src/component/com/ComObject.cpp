@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "component/com/ComVariant.h"
@@ -132,8 +133,10 @@ Variant ComObject::Invoke(TextView member, InvokeKind kind, std::span<Variant> a
     UINT badArgument = 0;
     const HRESULT outcome = object_->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, static_cast<WORD>(kind), &parameters,
                                             isPut ? nullptr : &result, &exception, &badArgument);
-    if (!isPut) variables.ReadBack(arguments);  // what was changed before a failure stays changed
-    if (FAILED(outcome)) throw ErrorOf(outcome, exception);
+    std::optional<Error> error;
+    if (FAILED(outcome)) error = ErrorOf(outcome, exception);  // first of all, as it frees what the exception holds
+    if (!isPut) variables.ReadBack(arguments);                 // what was changed before a failure stays changed
+    if (error) throw Error(*error);
     return ValueFrom(result.Get());
 }
 

@@ -18,7 +18,7 @@ ComPtr<IDispatch> Create(const CLSID& classId)
     return made;
 }
 
-/// Loaded through COM, so that COM unloads it when it is no longer needed.
+/// It stays loaded: it was not COM that looked for it, so COM does not ask it whether it may go.
 ComPtr<IDispatch> CreateEngineBeside()
 {
     const Text own = ModulePath(), path = own.substr(0, own.rfind(u'\\') + 1) + u"vmdengine.dll";

@@ -116,8 +116,11 @@ public:
     HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override
     {
         if (!info) return E_POINTER;
-        *info = ClassInfo(object_->TypeName()).Detach();
-        return *info ? S_OK : TYPE_E_ELEMENTNOTFOUND;
+        *info = nullptr;
+        return Guarded(nullptr, [&] {
+            *info = ClassInfo(object_->TypeName()).Detach();
+            return *info ? S_OK : TYPE_E_ELEMENTNOTFOUND;
+        });
     }
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID wanted) override
     {
@@ -145,7 +148,8 @@ public:
 private:
     bool IsOwnInterface(REFIID wanted) const
     {
-        const auto own = InterfaceIdOf(object_->TypeName());
+        const MemberTable* const table = object_->TableOfMembers();
+        const auto own = table ? InterfaceIdOf(table->TypeName()) : std::nullopt;
         return own && wanted == *own;
     }
 

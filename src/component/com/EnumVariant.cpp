@@ -13,28 +13,11 @@ namespace vmlib::com {
 
 namespace {
 
-class Enumerator final : public IEnumVARIANT
+class Enumerator final : public Counted<IEnumVARIANT>
 {
 public:
     using Items = std::shared_ptr<const std::vector<Variant>>;
     explicit Enumerator(Items items, std::size_t next = 0) : items_(std::move(items)), next_(next) {}
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID wanted, void** found) override
-    {
-        if (!found) return E_POINTER;
-        const bool isKnown = wanted == IID_IUnknown || wanted == IID_IEnumVARIANT;
-        *found = isKnown ? this : nullptr;
-        if (!isKnown) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(::InterlockedIncrement(&references_)); }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const LONG left = ::InterlockedDecrement(&references_);
-        if (left == 0) delete this;
-        return static_cast<ULONG>(left);
-    }
 
     HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* into, ULONG* fetched) override
     {
@@ -75,7 +58,6 @@ private:
     ServerLock lock_;
     Items items_;
     std::size_t next_;
-    LONG references_ = 1;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "platform/windows/FileLocks.h"
 
+#include "platform/windows/Handle.h"
 #include "platform/windows/SystemFailure.h"
 
 namespace vmlib::windows {
@@ -8,14 +9,6 @@ namespace {
 
 constexpr std::uint64_t base = std::uint64_t{1} << 40;
 constexpr std::uint64_t sharedByte = base, exclusiveReadByte = base + 2, firstMomentByte = base + 16;
-
-OVERLAPPED At(std::uint64_t byte)
-{
-    OVERLAPPED place = {};
-    place.Offset = static_cast<DWORD>(byte);
-    place.OffsetHigh = static_cast<DWORD>(byte >> 32);
-    return place;
-}
 
 std::uint64_t ByteOf(FileLock lock)
 {
@@ -26,7 +19,7 @@ std::uint64_t ByteOf(FileLock lock)
 
 bool TryLockBytes(HANDLE file, std::uint64_t first, std::uint64_t count, bool exclusive)
 {
-    OVERLAPPED place = At(first);
+    OVERLAPPED place = PlaceAt(first);
     const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
     if (::LockFileEx(file, flags, 0, static_cast<DWORD>(count), static_cast<DWORD>(count >> 32), &place)) return true;
     const DWORD error = ::GetLastError();
@@ -41,7 +34,7 @@ bool TryLockByte(HANDLE file, std::uint64_t byte, bool exclusive)
 
 void UnlockBytes(HANDLE file, std::uint64_t first, std::uint64_t count)
 {
-    OVERLAPPED place = At(first);
+    OVERLAPPED place = PlaceAt(first);
     ::UnlockFileEx(file, 0, static_cast<DWORD>(count), static_cast<DWORD>(count >> 32), &place);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
 #include "platform/windows/Api.h"
@@ -30,5 +31,14 @@ public:
 private:
     HANDLE handle_ = nullptr;
 };
+
+/// Where in a file something is read, written or locked.
+inline OVERLAPPED PlaceAt(std::uint64_t offset)
+{
+    OVERLAPPED place = {};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    return place;
+}
 
 }  // namespace vmlib::windows

@@ -17,9 +17,7 @@ Handle OpenList(const Text& path, DWORD access, DWORD creation)
 
 OVERLAPPED PlaceOf(std::uint64_t user)
 {
-    OVERLAPPED place = {};
-    place.Offset = static_cast<DWORD>(user * std::tuple_size_v<UserRecord>);
-    return place;
+    return PlaceAt(user * std::tuple_size_v<UserRecord>);
 }
 
 Text ComputerName()

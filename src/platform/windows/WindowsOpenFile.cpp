@@ -12,14 +12,6 @@ namespace {
 
 constexpr std::size_t mostAtOnce = std::size_t{1} << 24;
 
-OVERLAPPED At(std::uint64_t offset)
-{
-    OVERLAPPED place = {};
-    place.Offset = static_cast<DWORD>(offset);
-    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    return place;
-}
-
 DWORD Portion(std::size_t size)
 {
     return static_cast<DWORD>(std::min(size, mostAtOnce));
@@ -48,7 +40,7 @@ std::size_t WindowsOpenFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t
 {
     std::size_t done = 0;
     while (done < into.size()) {
-        OVERLAPPED place = At(offset + done);
+        OVERLAPPED place = PlaceAt(offset + done);
         DWORD count = 0;
         if (!::ReadFile(file_.Get(), into.data() + done, Portion(into.size() - done), &count, &place)) {
             if (::GetLastError() == ERROR_HANDLE_EOF) break;
@@ -70,7 +62,7 @@ void WindowsOpenFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t
     CheckWritable();
     std::size_t done = 0;
     while (done < bytes.size()) {
-        OVERLAPPED place = At(offset + done);
+        OVERLAPPED place = PlaceAt(offset + done);
         DWORD count = 0;
         if (!::WriteFile(file_.Get(), bytes.data() + done, Portion(bytes.size() - done), &count, &place))
             throw LastFailure(path_);

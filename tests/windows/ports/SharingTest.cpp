@@ -7,32 +7,12 @@
 
 #include "platform/UserRecord.h"
 #include "platform/windows/WindowsFiles.h"
+#include "support/SharingTable.h"
 #include "support/TemporaryFolder.h"
 #include "windows/ports/Child.h"
 
 namespace vmlib::test {
 namespace {
-
-struct Opening
-{
-    const char* name;
-    FileOpenRequest request;
-};
-
-constexpr Opening openings[] = {
-    {"shared read", {FileAccess::Read, FileSharing::Shared}},
-    {"shared write", {FileAccess::ReadWrite, FileSharing::Shared}},
-    {"exclusive write", {FileAccess::ReadWrite, FileSharing::Exclusive}},
-    {"exclusive read", {FileAccess::Read, FileSharing::Exclusive}},
-};
-
-/// Rows: held, columns: asked for.
-constexpr bool allowed[4][4] = {
-    {true, true, false, false},
-    {true, true, false, false},
-    {false, false, false, false},
-    {false, false, false, true},
-};
 
 class WindowsSharing : public testing::Test
 {
@@ -50,7 +30,7 @@ protected:
     {
         for (std::size_t asked = 0; asked < 4; ++asked)
             EXPECT_EQ(OpenFault(openings[asked].request),
-                      allowed[held][asked] ? std::nullopt : std::optional(FileFault::SharingViolation))
+                      mayOpen[held][asked] ? std::nullopt : std::optional(FileFault::SharingViolation))
                 << openings[held].name << " held by " << by << ", then " << openings[asked].name;
     }
 
