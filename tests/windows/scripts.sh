@@ -17,13 +17,20 @@ export VMLIB_DESKTOP=none VMLIB_USER=tester
 
 run() { timeout 120 "$here/run.sh" "$build" "$@" 2>/dev/null | tr -d '\r'; }
 windows() { printf 'Z:%s' "${1//\//\\}"; }
-registry() { run regedit.exe /E "$(windows "$1")" 'HKEY_LOCAL_MACHINE\Software\Classes'; }
+registry() {
+    run regedit.exe /E "$(windows "$1.utf16")" 'HKEY_LOCAL_MACHINE\Software\Classes'
+    iconv -f UTF-16 -t UTF-8 "$1.utf16" | tr -d '\r' >"$1"
+}
 failed=0
 fail() { echo "FAILED: $1"; failed=1; }
 
 for version in 1 2; do "$vmlib" layout import "$folder/layout$version.mdb" <"$examples/orders-v$version.json"; done
 "$vmlib" create "$folder/linux.ord" --type ORDERS --layout "$folder/layout1.mdb"
 while IFS= read -r statement; do "$vmlib" query "$folder/linux.ord" "$statement" >/dev/null; done <"$examples/orders.sql"
+
+# The script host registers itself when it is first run in a new prefix.
+: >"$folder/first.vbs"
+run cscript.exe //nologo "$(windows "$folder/first.vbs")"
 
 registry "$folder/before.reg"
 for dll in "${dlls[@]}"; do run regsvr32.exe /s "$(windows "$build/$dll.dll")" || fail "$dll.dll does not register"; done
@@ -37,7 +44,7 @@ done
 
 for dll in "${dlls[@]}"; do run regsvr32.exe /s /u "$(windows "$build/$dll.dll")" || fail "$dll.dll stays registered"; done
 registry "$folder/after.reg"
-cmp "$folder/before.reg" "$folder/after.reg" || fail "the registry afterwards differs"
+diff -u "$folder/before.reg" "$folder/after.reg" || fail "the registry afterwards differs"
 
 for document in kas linux; do
     "$vmlib" check "$folder/$document.ord" || fail "$document.ord is not sound"
